@@ -1,0 +1,196 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "base/channel.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+bool ended = false;                 // standard input
+std::FILE* scriptstream = nullptr;  // channel 10
+
+const text<132> blank132;
+const text<132> dash132{
+    "------------------------------------------------------------------"
+    "------------------------------------------------------------------"};
+
+std::FILE* script()
+{
+    if (scriptstream == nullptr) stop("the script file is not connected");
+    return scriptstream;
+}
+
+// A line on its way into columns 1..n: collects what fits and pads the rest.
+struct linefield {
+    char* to;
+    int n;
+    long length = 0;  // of the whole line, also beyond column n
+
+    void add(const char* from, int count)
+    {
+        if (length < n) {
+            const long room = n - length;
+            const long used = count < room ? count : room;
+            std::memcpy(to + length, from, static_cast<std::size_t>(used));
+        }
+        length += count;
+    }
+    void finish()
+    {
+        if (length > 0 && length <= n && to[length - 1] == '\r') --length;
+        if (length < n) std::memset(to + length, ' ', static_cast<std::size_t>(n - length));
+    }
+};
+
+// Reads a line byte by byte from `nextbyte`, which gives -1 at the end of the channel.
+template <typename source>
+bool readline(source nextbyte, char* to, int n)
+{
+    linefield line{to, n};
+    int c = nextbyte();
+    const bool any = c >= 0;
+    for (; c >= 0 && c != '\n'; c = nextbyte()) {
+        const char byte = static_cast<char>(c);
+        line.add(&byte, 1);
+    }
+    line.finish();
+    return any;
+}
+
+std::string_view repeated(const text<132>& of, int n)
+{
+    return of(1, n < 0 ? 0 : n > 132 ? 132 : n);
+}
+
+}  // namespace
+
+void openchannels()
+{
+    if (fcntl(STDERR_FILENO, F_GETFD) < 0) open("/dev/null", O_WRONLY);
+    if (fcntl(STDOUT_FILENO, F_GETFD) < 0) stop("standard output is closed");
+    if (fcntl(STDIN_FILENO, F_GETFD) < 0) open("/dev/null", O_RDONLY);
+    static char collected[4096];
+    std::setvbuf(stdout, collected, _IOFBF, sizeof collected);
+    std::setvbuf(stdin, nullptr, _IONBF, 0);  // line editing takes its bytes from this stream
+}
+
+void flushoutput()
+{
+    if (std::fflush(stdout) == 0 && !std::ferror(stdout)) return;
+    if (errno == EPIPE) std::_Exit(EXIT_FAILURE);  // the reader has gone: nobody to tell
+    stop("standard output cannot be written: %s", std::strerror(errno));
+}
+
+void connectscript(std::FILE* stream) { scriptstream = stream; }
+
+int inputbyte()
+{
+    flushoutput();
+    unsigned char c = 0;
+    for (;;) {
+        const ssize_t count = read(STDIN_FILENO, &c, 1);
+        if (count == 1) return c;
+        if (count == 0 || (errno != EINTR && errno != EAGAIN)) break;
+        pollfd ready{STDIN_FILENO, POLLIN, 0};  // another program may have left it non-blocking
+        if (errno == EAGAIN) poll(&ready, 1, -1);
+    }
+    ended = true;
+    return -1;
+}
+
+bool inputended() { return ended; }
+
+void noteinputend() { ended = true; }
+
+bool readrecord(int unit, char* to, int n)
+{
+    if (unit == nscript) return readline([] { return std::getc(script()); }, to, n);
+    return readline(inputbyte, to, n);
+}
+
+void writerecord(int unit, std::initializer_list<std::string_view> parts)
+{
+    std::FILE* to = unit == nscript ? script() : stdout;
+    for (const std::string_view& part : parts) std::fwrite(part.data(), 1, part.size(), to);
+    std::putc('\n', to);
+}
+
+std::string_view blanks(int n) { return repeated(blank132, n); }
+
+std::string_view dashes(int n) { return repeated(dash132, n); }
+
+bool infile::open(const char* filename)
+{
+    close();
+    name = filename;
+    lineno = 0;
+    // Without waiting for a writer if the name turns out to be a named pipe.
+    fd = ::open(filename, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (fd < 0) return false;
+    struct stat found;
+    if (fstat(fd, &found) == 0 && S_ISREG(found.st_mode)) return true;
+    close();
+    errno = S_ISDIR(found.st_mode) ? EISDIR : EINVAL;
+    return false;
+}
+
+void infile::opentable(const char* filename)
+{
+    if (!open(filename)) stop("%s: cannot be read: %s", filename, std::strerror(errno));
+}
+
+void infile::close()
+{
+    if (fd >= 0) ::close(fd);
+    fd = -1;
+    at = filled = 0;
+}
+
+void infile::rewind()
+{
+    if (fd >= 0) lseek(fd, 0, SEEK_SET);
+    at = filled = 0;
+    lineno = 0;
+}
+
+// Reads the next block. False at the end of the file; a read error ends the file too.
+bool infile::fill()
+{
+    at = filled = 0;
+    if (fd < 0) return false;
+    ssize_t count = 0;
+    do {
+        count = read(fd, block, sizeof block);
+    } while (count < 0 && errno == EINTR);
+    if (count > 0) filled = static_cast<int>(count);
+    return count > 0;
+}
+
+bool infile::next(char* to, int n)
+{
+    linefield line{to, n};
+    if (at == filled && !fill()) {
+        line.finish();
+        return false;
+    }
+    ++lineno;
+    do {
+        const char* from = block + at;
+        const void* end = std::memchr(from, '\n', static_cast<std::size_t>(filled - at));
+        const int count = end ? static_cast<int>(static_cast<const char*>(end) - from) : filled - at;
+        line.add(from, count);
+        at += count;
+        if (end) {
+            ++at;
+            break;
+        }
+    } while (fill());
+    line.finish();
+    return true;
+}

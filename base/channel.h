@@ -1,0 +1,91 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// base/channel.h: the numbered input and output channels, and the reader of the data files.
+//
+// Channel 5 is standard input, 6 standard output, 10 the script file. Standard input is read byte
+// by byte and nothing is read ahead, so that single keys, lines and line editing can take turns on
+// one stream: what is typed, pasted or piped ahead goes to the right questions. Standard output is
+// collected and written before every wait for input.
+#pragma once
+
+#include <cstdio>
+#include <initializer_list>
+#include <string_view>
+
+#include "base/field.h"
+
+constexpr int nscript = 10;  // channel of the script file
+
+/// Checks the three standard streams and sets up standard output. Call once, first of all.
+/// A closed standard input reads as ended; a closed standard output ends the program.
+void openchannels();
+
+/// Writes out all collected output; ends the program if standard output cannot take it.
+void flushoutput();
+
+/// Connects the script file: a stream open for reading, writing or both; nullptr disconnects.
+/// The caller keeps the stream and closes it.
+void connectscript(std::FILE* stream);
+
+/// One byte of standard input, 0..255, or -1 at its end. Writes out the output first.
+int inputbyte();
+
+/// True once standard input has ended; `noteinputend` says so for a reader of its own.
+bool inputended();
+void noteinputend();
+
+/// Reads the next line of a channel into columns 1..n of `to`, cut or blank-padded; the rest of a
+/// longer line is dropped, and so is a carriage return at its end. False at the end of the channel.
+bool readrecord(int unit, char* to, int n);
+
+template <int n>
+bool readrecord(int unit, text<n>& record)
+{
+    return readrecord(unit, record.ch, n);
+}
+
+/// Writes one line: the parts side by side and a line break.
+void writerecord(int unit, std::initializer_list<std::string_view> parts);
+
+/// `n` blanks, or `n` characters "-", n cut to 0..132: for wiping and ruling lines.
+std::string_view blanks(int n);
+std::string_view dashes(int n);
+
+/// A data file, read line by line in one pass. The file is closed at the end of this value's life.
+struct infile {
+    const char* name = "";
+    long lineno = 0;  // number of the line read last, from 1
+
+    infile() = default;
+    infile(const infile&) = delete;
+    infile& operator=(const infile&) = delete;
+    ~infile() { close(); }
+
+    /// Opens a file for reading from its start, after closing the one before. Only a regular file
+    /// is opened, so that no pipe or device can hold up the program. False, with the reason in
+    /// `errno`, if that fails. `filename` must outlive this value.
+    bool open(const char* filename);
+
+    /// The same for a table that the program cannot do without: ends the program on failure.
+    void opentable(const char* filename);
+
+    void close();
+
+    /// Goes back to the first line.
+    void rewind();
+
+    /// Reads the next line into `to`, as `readrecord` does. False at the end of the file.
+    bool next(char* to, int n);
+
+    template <int n>
+    bool next(text<n>& record)
+    {
+        return next(record.ch, n);
+    }
+
+private:
+    int fd = -1;
+    int at = 0, filled = 0;  // next byte of the block, and its end
+    char block[16384];
+
+    bool fill();
+};

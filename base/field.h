@@ -1,0 +1,76 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// base/field.h: the two value types that carry all text and all tables.
+//
+// Both are plain copyable values with their bounds in the type. A position outside the bounds is a
+// fault of the program and ends it with a clear line; it never reads or writes other memory.
+#pragma once
+
+#include <cstddef>
+#include <cstring>
+#include <string_view>
+
+#include "base/stop.h"
+
+/// Fixed array whose items are numbered lo..hi, as in the tables. Stops on any other number.
+template <typename T, int lo, int hi>
+struct dim {
+    T item[hi - lo + 1]{};
+
+    T& operator()(int i) { return item[place(i)]; }
+    const T& operator()(int i) const { return item[place(i)]; }
+
+    static int place(int i)
+    {
+        if (i < lo || i > hi) stop("index %d outside %d..%d", i, lo, hi);
+        return i - lo;
+    }
+    bool operator==(const dim&) const = default;
+};
+
+/// n characters, numbered from 1, blank beyond the text. Longer texts are cut, shorter ones padded.
+/// The meaningful length is the place of the last non-blank.
+template <int n>
+struct text {
+    char ch[n];
+
+    text(std::string_view s = {}) { put(1, n, s); }
+    text(const char* s) : text(std::string_view(s)) {}
+
+    char& operator()(int i) { return ch[dim<char, 1, n>::place(i)]; }
+    char operator()(int i) const { return ch[dim<char, 1, n>::place(i)]; }
+
+    /// Columns i to j; empty if j is i - 1. Like the other views it must not outlive the text, and
+    /// is not to be had of a temporary one.
+    std::string_view operator()(int i, int j) const&
+    {
+        if (i < 1 || j > n || j < i - 1) stop("columns %d to %d of a %d-column text", i, j, n);
+        return {ch + (i - 1), static_cast<std::size_t>(j - i + 1)};
+    }
+
+    /// Columns i to j become `s`, cut or blank-padded. `s` must not lie in this very field.
+    void put(int i, int j, std::string_view s)
+    {
+        const std::size_t width = (*this)(i, j).size();
+        const std::size_t used = s.size() < width ? s.size() : width;
+        if (used > 0) std::memcpy(ch + (i - 1), s.data(), used);
+        if (used < width) std::memset(ch + (i - 1) + used, ' ', width - used);
+    }
+
+    int length() const
+    {
+        int k = n;
+        while (k > 0 && ch[k - 1] == ' ') --k;
+        return k;
+    }
+
+    std::string_view all() const& { return {ch, static_cast<std::size_t>(n)}; }
+    std::string_view trimmed() const& { return (*this)(1, length()); }
+    std::string_view operator()(int, int) && = delete;
+    std::string_view all() && = delete;
+    std::string_view trimmed() && = delete;
+
+    bool blank() const { return length() == 0; }
+    bool begins(std::string_view s) const { return all().starts_with(s); }
+    bool contains(std::string_view s) const { return all().find(s) != std::string_view::npos; }
+    bool operator==(const text&) const = default;
+};

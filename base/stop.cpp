@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "base/stop.h"
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <string_view>
+
+#include "base/printable.h"
+
+void stop(const char* format, ...)
+{
+    char message[400];
+    va_list values;
+    va_start(values, format);
+    std::vsnprintf(message, sizeof message, format, values);
+    va_end(values);
+
+    std::fflush(stdout);
+    const printable<sizeof message * 2> shown{std::string_view(message)};
+    std::fprintf(stderr, "attenuation: %.*s\n", shown.length, shown.ch);
+    std::exit(EXIT_FAILURE);
+}
