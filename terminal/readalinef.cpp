@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "terminal/readalinef.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+#include <readline/history.h>
+#include <readline/readline.h>
+
+#include "base/channel.h"
+
+namespace {
+
+char* nothing(const char*, int) { return nullptr; }
+
+// A TAB in a chemical formula must not list files, and a paste of several answers must not be taken
+// as one.
+void preparelineediting()
+{
+    static bool done = false;
+    if (done) return;
+    done = true;
+    rl_completion_entry_function = nothing;
+    rl_initialize();
+    rl_variable_bind("enable-bracketed-paste", "off");
+}
+
+}  // namespace
+
+int readaline(dim<std::int32_t, 1, 132>& k, const char* prompt)
+{
+    flushoutput();
+    preparelineediting();
+    char* const line = readline(prompt);
+    if (line == nullptr) {
+        noteinputend();
+        return 0;
+    }
+    int count = 0;
+    for (; line[count] != '\0' && count < 132; ++count) {
+        k(count + 1) = static_cast<signed char>(line[count]);
+    }
+    std::free(line);
+    return count;
+}
+
+void addhist(const char* s) { add_history(s); }
+
+void viewdvi(const char* dvifile)
+{
+    char command[131];
+    if (std::snprintf(command, sizeof command, "xdvi %s", dvifile) >= int{sizeof command}) {
+        writerecord(6, {" the command for the document viewer is too long"});
+        return;
+    }
+    writerecord(6, {" ", command});
+    flushoutput();
+    // A missing viewer leaves the shell's own line on the screen; there is nothing else to do.
+    if (std::system(command) < 0) writerecord(6, {" no shell for the document viewer"});
+}
