@@ -1,0 +1,851 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "help/comhelp.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include "base/channel.h"
+#include "base/printable.h"
+#include "prompt/combuff.h"
+#include "terminal/escape.h"
+#include "terminal/key.h"
+#include "terminal/readalinef.h"
+
+menurecord scrd;
+helprecord cmpa;
+localrecord localpath;
+
+namespace {
+
+constexpr int nwr = 6;  // the menu and the help display write to standard output
+constexpr int nrd = 5;
+
+void cursorup(std::string_view lines) { writerecord(nwr, {" ", lines}); }
+
+}  // namespace
+
+// The selection menu.
+
+namespace {
+
+// The working values of one call of `query`.
+struct menu {
+    std::int32_t& lq;
+    std::int32_t& lk;
+    text<132>& cheader;
+    text<80>& chdf;
+    std::int32_t lqin;   // as passed in, for the restart after a help text
+    text<80> chin80;
+    char wrb, go;        // mode letters
+
+    int npx = 0;         // width of the header and separator lines
+    int npl_i = 0;       // where a row with a single long entry is broken
+    int iz = 0;          // screen rows
+    int iwrl = 0;        // lines written
+    bool iquit = false;  // an entry begins with "q", which then does not cancel
+
+    std::int32_t le = 0;  // length of the text to search for
+    int ikey = 0;         // 1: a step forward, -1: back, 0: search
+    int jjq = 0;          // entry at the cursor, 0 for none
+    int jq = 0;           // highlighted entry, 0 for none
+    text<132> ch132{};    // the answer
+};
+
+bool readswidth(char wrb) { return wrb == 'w' || wrb == 'r' || wrb == 'l'; }
+
+// Widths and default, also taken anew after a help text. The default loses its "#".
+void measure(menu& m)
+{
+    m.npx = std::min(std::min(readswidth(m.wrb) ? term.ncol(1) : term.npl, 133) - 3, 130);
+    m.npl_i = std::min(term.ncol(1) - 3, 129);
+    text<132> working(m.chdf(1, 79));
+    stringlength(working, m.le);
+    if (m.le == 0) m.lk = m.lq;
+    m.chdf = text<80>(working.all());
+}
+
+// Blanks a field beyond the terminal width.
+template <int n>
+void cut(text<n>& field)
+{
+    const int width = std::max(term.ncol(1), 0);
+    if (width < 131 && width < n) field.put(width + 1, n, "");
+}
+
+void drawtitle(menu& m)
+{
+    text<132> line(dashes(132));
+    if (!m.cheader.blank()) cut(m.cheader);
+    text<140> title(m.cheader(1, 130));
+    int l = title.length();
+    if (l > 0) {
+        if (!m.cheader.contains("information")) {
+            title.put(l + 1, l + 10, " (help:he)");
+            l += 10;
+        }
+        const int i = (m.npx - l) / 2;
+        for (int k = std::max(1, 1 - i); k <= l && i + k <= 132; ++k) line(i + k) = title(k);
+    }
+    const std::string_view shown = line(1, std::max(m.npx, 0));
+    writerecord(nwr, {escape::normal, shown});
+    m.iwrl = 1;
+    if (m.wrb == 'w') writerecord(nscript, {shown});
+    if (m.wrb == 'r') readrecord(nscript, line);  // the recorded title is of no use
+}
+
+// Lengths of the entries; returns the width of the widest with its frame.
+int measureentries(menu& m)
+{
+    int laengez = 0;
+    for (int k = 1; k <= m.lq; ++k) {
+        scrd.ld(k) = 0;
+        if (!scrd.ext(k).blank()) {
+            cut(scrd.ext(k));
+            scrd.ld(k) = scrd.ext(k).length();
+        }
+        cut(scrd.queryar(k));
+        scrd.lw(k) = scrd.queryar(k).length();
+        if (scrd.queryar(k)(1) == 'q') m.iquit = true;
+        laengez = std::max(laengez, scrd.lw(k) + scrd.ld(k) + 3);
+    }
+    return laengez;
+}
+
+// Equal columns, as many as fit without leaving the last row too empty. False if none fits.
+bool blocklayout(menu& m, int laengez)
+{
+    laengez += 2;
+    int lapl = std::max(m.npx, 0) / laengez;
+    m.iz = lapl == 0 ? 0 : m.lq / lapl;
+    if (m.iz * lapl < m.lq) ++m.iz;
+    int lr = 0;
+    for (; lapl != 0; --lapl) {
+        lr = lapl * m.iz - m.lq;
+        if (lr >= m.iz - 1) continue;
+        if (lr < 0) ++lapl;
+        lr = lapl * m.iz - m.lq;
+        break;
+    }
+    if (lapl == 0) return false;
+    for (int k = 1; k <= m.lq; ++k) scrd.laenge(k) = laengez + 5;
+    for (int r = 1; r < m.iz; ++r) scrd.lpart(r) = lapl;
+    scrd.lpart(m.iz) = lapl - lr;
+    return true;
+}
+
+// Begins a new row with `count` entries. A 65th row, which only the 64th entry of a very narrow
+// menu could take, is never drawn and therefore not counted.
+void nextrow(menu& m, int count)
+{
+    if (m.iz == 64) return;
+    scrd.lpart(++m.iz) = count;
+}
+
+// Entries one after another, each in a cell of a multiple of ten columns.
+void flowinglayout(menu& m)
+{
+    m.iz = 1;
+    scrd.lpart(1) = 0;
+    int used = 0;  // width of the current row
+    for (int k = 1; k <= m.lq; ++k) {
+        const int width = ((scrd.lw(k) + 5) / 10 + 1) * 10 + scrd.ld(k);
+        scrd.laenge(k) = width;
+        if (width >= m.npx) {
+            // The width goes to the entry numbered like the new row, not to entry k, and the row
+            // in hand stays as it is. Odd, but part of the layout.
+            if (m.iz < 64) scrd.laenge(m.iz + 1) = width;
+            nextrow(m, 1);
+            continue;
+        }
+        used += width + 6;
+        ++scrd.lpart(m.iz);
+        if (used == m.npx) {
+            used = 0;
+            nextrow(m, 0);
+        } else if (used > m.npx) {
+            used = width + 4;  // not 6: the first cell of a row counts less, on purpose
+            --scrd.lpart(m.iz);
+            nextrow(m, 1);
+        }
+    }
+}
+
+void layout(menu& m, bool block)
+{
+    const int laengez = measureentries(m);
+    scrd.lpart(0) = 0;
+    if (!block || !blocklayout(m, laengez)) flowinglayout(m);
+}
+
+// The set-up of a menu: widths, title, rows. Nothing is highlighted yet.
+void setup(menu& m)
+{
+    const bool block = m.chdf(80) == '#';
+    measure(m);
+    drawtitle(m);
+    layout(m, block);
+    m.jjq = m.jq = m.ikey = 0;
+}
+
+// First entry behind `from` that contains the text, from the top again if there is none; lq + 1 if
+// no entry does.
+int search(const menu& m, int from)
+{
+    const std::string_view wanted = m.chdf(1, m.le);
+    for (int k = from + 1; k <= m.lq; ++k) {
+        if (scrd.queryar(k).contains(wanted)) return k;
+    }
+    for (int k = 1; k <= m.lq; ++k) {
+        if (scrd.queryar(k).contains(wanted)) return k;
+    }
+    return m.lq + 1;
+}
+
+int entrytomark(const menu& m)
+{
+    if (m.le >= 1 && m.ikey == 0) return search(m, m.jjq);
+    if (m.ikey == 1) return m.jjq < m.lq ? m.jjq + 1 : 1;
+    if (m.ikey == -1) return m.jjq > 1 ? m.jjq - 1 : m.lq;
+    return 0;
+}
+
+// A display cell, put together part by part and cut at its 132 characters.
+struct cell {
+    text<132>& type;
+    int at = 0;
+
+    explicit cell(text<132>& field) : type(field) { field = text<132>(); }
+    cell& operator<<(std::string_view part)
+    {
+        for (char c : part) {
+            if (at < 132) type(++at) = c;
+        }
+        return *this;
+    }
+};
+
+// Chooses the entry to highlight and rebuilds all cells. No entry is highlighted before.
+void mark(menu& m)
+{
+    const int jj = entrytomark(m);
+    for (int k = 1; k <= m.lq; ++k) {
+        const std::string_view entry = scrd.queryar(k)(1, scrd.lw(k));
+        const std::string_view ext = scrd.ext(k)(1, scrd.ld(k));
+        const std::string_view gap = ext.empty() ? "" : " ";
+        if (k == jj) {
+            m.jjq = m.jq = k;
+            m.chdf = text<80>(scrd.queryar(k).all());
+            cell(scrd.type(k)) << escape::red << "[" << entry << gap << ext << "]";
+        } else {
+            cell(scrd.type(k)) << escape::normal << " " << entry << gap << ext;
+        }
+    }
+}
+
+// Calls `each` for every row: its number, the number of entries before it, and whether it holds a
+// single entry too wide for one line.
+template <typename action>
+void foreachrow(const menu& m, action each)
+{
+    int ii = 0;
+    for (int r = 1; r <= m.iz; ++r) {
+        const int count = scrd.lpart(r);
+        const bool wide = count == 1 && ii < 64 && scrd.laenge(ii + 1) > m.npl_i;
+        each(r, ii, wide);
+        ii += count;
+    }
+}
+
+// Writes entries first..last side by side on one line.
+void drawline(int unit, int first, int last)
+{
+    char line[64 * 132];
+    std::size_t used = 0;
+    for (int k = first; k <= last; ++k) {
+        const std::string_view part = scrd.type(k)(1, std::clamp(scrd.laenge(k), 0, 132));
+        std::memcpy(line + used, part.data(), part.size());
+        used += part.size();
+    }
+    writerecord(unit, {{line, used}});
+}
+
+// How many cells a line of a row takes: the first digit of the count. A row of ten and more entries
+// therefore comes out as several lines, which are counted as one. Kept as it is.
+int cellsperline(int count)
+{
+    text<8> number;
+    itoc8(number, count);
+    return number(2) == ' ' ? 1 : number(2) - '0';
+}
+
+// Writes the rows to a channel and returns the count of lines, as the menu counts them.
+int drawrows(const menu& m, int unit)
+{
+    int lines = 0;
+    foreachrow(m, [&](int r, int ii, bool wide) {
+        const int count = scrd.lpart(r);
+        if (ii >= 64 - count) return;  // so the row that holds entry 64 is never drawn
+        if (wide) {
+            const int broken = std::max(m.npl_i - 3, 0);
+            const text<132>& type = scrd.type(ii + 1);
+            writerecord(unit, {type(1, broken)});
+            writerecord(unit, {" ", type(broken + 1, 132)});
+            lines += 2;
+            return;
+        }
+        const int step = cellsperline(count);
+        int k = ii + 1;
+        do {
+            drawline(unit, k, std::min(k + step - 1, ii + count));
+            k += step;
+        } while (k <= ii + count);
+        ++lines;
+    });
+    return lines;
+}
+
+void drawseparator(menu& m)
+{
+    writerecord(nwr, {escape::normal, dashes(m.npx)});
+    ++m.iwrl;
+}
+
+void draw(menu& m)
+{
+    m.iwrl += drawrows(m, nwr);
+    writerecord(nwr, {escape::normal, escape::up1});
+    drawseparator(m);
+}
+
+// A key, or a typed text of which the key is the first character.
+void readkey(menu& m)
+{
+    const int code = key();
+    if (inputended()) stop("end of input at the menu \"%.*s\"", m.cheader.length(), m.cheader.ch);
+    m.ikey = 0;
+    if (code < 0) {
+        m.ikey = code == -65 || code == -68 ? -1 : code == -66 || code == -67 ? 1 : code;
+        m.ch132 = "shift";
+        writerecord(nwr, {" "});
+    } else if (code == 64) {
+        writerecord(nwr, {" "});
+    } else {
+        text<132> rest;
+        if (!readrecord(nrd, rest)) {
+            stop("end of input in an answer to the menu \"%.*s\"", m.cheader.length(), m.cheader.ch);
+        }
+        m.ch132(1) = static_cast<char>(code);
+        m.ch132.put(2, 132, rest.all());
+    }
+}
+
+void readanswer(menu& m)
+{
+    m.ch132 = text<132>();
+    if (m.lq < 2) drawseparator(m);
+    else if (m.go != 'g') readkey(m);
+}
+
+// Records the rows and, in the separator line, the number of the choice.
+void recordchoice(const menu& m)
+{
+    drawrows(m, nscript);
+    text<132> line(dashes(std::max(m.npx, 5)));
+    if (m.jq > 9) line(1) = static_cast<char>('0' + m.jq / 10);
+    line(m.jq > 9 ? 2 : 1) = static_cast<char>('0' + m.jq % 10);
+    writerecord(nscript, {line(1, std::max(m.npx, 5))});
+}
+
+// Wipes the answer line; the cursor stands on it again.
+void wipeanswer(const menu& m)
+{
+    cursorup(escape::up2);
+    writerecord(nwr, {blanks(m.npx)});
+    cursorup(escape::up2);
+}
+
+// Wipes the rows from the bottom up; the cursor then stands where the first row goes. The bound
+// differs from the drawing's, and both are kept.
+void wiperows(menu& m)
+{
+    const auto climb = [&m](int, int ii, bool wide) {
+        if (ii + 1 >= 64) return;
+        cursorup(wide ? escape::up3 : escape::up2);
+        m.iwrl -= wide ? 2 : 1;
+    };
+    cursorup(escape::up2);
+    --m.iwrl;
+    foreachrow(m, climb);
+    foreachrow(m, [&m](int, int ii, bool wide) {
+        if (ii + 1 >= 64) return;
+        for (int line = wide ? 2 : 1; line > 0; --line) {
+            writerecord(nwr, {blanks(m.npl_i)});
+            ++m.iwrl;
+        }
+    });
+    foreachrow(m, climb);
+}
+
+enum class step { again, help, done };
+
+// What the answer asks for.
+step decide(menu& m)
+{
+    stringlength(m.ch132, m.le);
+    m.chdf = text<80>(m.ch132(1, m.le));
+    if (m.chdf.begins("he")) {
+        writerecord(nwr, {" select by typing a substring, RET",
+                          " or by repeatedly using left/right shift keys"});
+    }
+    m.le = std::min(m.le, 80);
+    lc_character(m.ch132);
+    if (m.ch132.begins("he") && !m.cheader.contains("further related")) return step::help;
+
+    const char chh = m.chdf(1) == 'q' && !m.iquit ? '*' : m.chdf(1);
+    if (chh == '*') {
+        m.lq = m.lk = 0;
+        return step::done;
+    }
+    if (chh != ' ') {
+        wiperows(m);
+        m.jq = 0;
+        return step::again;
+    }
+    m.lk = 0;
+    m.lq = m.jq;
+    return m.lq != 0 ? step::done : step::again;
+}
+
+void showhelp(menu& m)
+{
+    if (m.jq == 0) return;  // nothing highlighted: the menu starts again as it stands
+    help(scrd.helpar(m.jq));
+    m.jq = 0;
+    m.lq = m.lqin;
+    m.lk = m.lq;
+    m.chdf = m.chin80;
+}
+
+// Takes the choice from the script file: its lines are echoed up to the separator with the number.
+void replay(menu& m)
+{
+    text<132> ch132;
+    while (ch132(3, 5) != "---") {
+        if (!readrecord(nscript, ch132)) stop("script file: ends within a menu");
+        writerecord(nwr, {escape::normal, ch132(1, std::clamp(term.ncol(1), 0, 132))});
+        ++m.iwrl;
+    }
+    const auto digit = [](char c) { return c >= '0' && c <= '9' ? c - '0' : 1000; };
+    m.lq = digit(ch132(1));
+    if (ch132(2) != '-') m.lq = 10 * m.lq + digit(ch132(2));
+    if (m.lq > m.lqin) stop("script file: no such entry in the menu: \"%.5s\"", ch132.ch);
+}
+
+// Marks, shows and asks until the menu ends or starts again.
+step selectentry(menu& m)
+{
+    for (;;) {
+        mark(m);
+        if (m.wrb == 'r') {
+            replay(m);
+            return step::done;
+        }
+        draw(m);
+        if (m.le == 0) return step::done;  // no default and no answer: the menu is only drawn
+        readanswer(m);
+        if (m.wrb == 'w' && m.ch132.blank()) recordchoice(m);
+        wipeanswer(m);
+        const step next = decide(m);
+        if (next != step::again) return next;
+    }
+}
+
+}  // namespace
+
+void query(std::int32_t& lq, std::int32_t& lk, text<132>& cheader, text<80>& chdf)
+{
+    if (lq < 0 || lq > 64) stop("a menu of %d entries", lq);
+    menu m{lq, lk, cheader, chdf, lq, chdf, cheader(132), cheader(131)};
+    cheader(132) = ' ';
+    step next = step::again;
+    do {
+        setup(m);
+        next = selectentry(m);
+        if (next == step::help) showhelp(m);
+    } while (next != step::done);
+    chdf(80) = static_cast<char>(static_cast<unsigned char>(48 + m.iwrl));
+    writerecord(nwr, {" ", escape::normal, escape::up1});
+}
+
+// The help file.
+
+namespace {
+
+// The related entries that one level of the display added to the menu.
+struct level {
+    int count = 0;
+    dim<text<80>, 1, 32> entry;
+    text<80> chosen;  // remembered for the way back
+};
+
+// The working values of one call of `helproutine`.
+struct display {
+    infile file;
+    text<132> key;       // with its "/"
+    int width = 1;       // of the page, in columns
+    int page = 1;        // rows of a page
+    text<80> line;       // read last
+    bool starred = false;
+
+    std::string_view markup;  // of the markup line shown last
+    bool afresh = false;      // a pause was answered by "q": the next menu is a first level again
+    int depth = 0;            // menu levels opened
+    dim<level, 1, 4> levels;
+    // What "more" and "details" open: one field for both, so that the last such line of the file
+    // decides for both. Meant so.
+    text<132> target;
+};
+
+constexpr int circlebound = 100;  // continuations from entry to entry before one is given up
+
+void writeprintable(std::string_view before, std::string_view from, std::string_view after)
+{
+    const printable<264> shown(from);
+    writerecord(cmpa.nwrwin, {before, shown.view(), after});
+}
+
+// The line of the file is the header of the wanted entry. "nn" in its columns 6 and 7 stands for
+// any two characters.
+bool isheader(const text<80>& line, const text<132>& key)
+{
+    if (line(1) != '/' || line.length() != key.length()) return false;
+    text<80> wanted(key.all());
+    if (line(6, 7) == "nn") wanted.put(6, 7, "nn");
+    return line == wanted;
+}
+
+// The key that a line names from column 3 on.
+text<132> keyin(const text<80>& line)
+{
+    text<132> key("/");
+    key.put(2, 132, line(3, 80));
+    return key;
+}
+
+// Reads on to the header of the entry. A starred key shows every matching header up to the end of
+// the file. True when the header was found, for a starred key when it was the last line.
+bool findentry(display& d)
+{
+    bool found = false;
+    d.file.rewind();
+    while (d.file.next(d.line)) {
+        found = isheader(d.line, d.key);
+        if (found && !d.starred) return true;
+        if (found) writeprintable("", d.line.trimmed(), "");
+    }
+    return found;
+}
+
+void showmarkup(display& d)
+{
+    static const struct { std::string_view letters, sequence; } markups[] = {
+        {"bf", escape::bold}, {"ul", escape::underline}, {"bc", escape::blue}};
+    for (const auto& m : markups) {
+        if (d.line(2, 3) == m.letters) d.markup = m.sequence;
+    }
+    const text<77> shown(d.line(4, 80));
+    if (d.markup.empty()) return writeprintable("", shown.trimmed(), "");
+    text<5> before;  // right-aligned
+    before.put(6 - static_cast<int>(d.markup.size()), 5, d.markup);
+    writeprintable(before.all(), shown.trimmed(), escape::normal);
+}
+
+int screenrows(const display& d) { return std::max(1, (d.line.length() + d.width - 1) / d.width); }
+
+void pause(display& d)
+{
+    text<80> answer;
+    if (!readrecord(nrd, answer)) stop("end of input at a page of the help text");
+    cursorup(escape::up2);
+    if (answer(1) == 'q' || answer(1) == '*') d.afresh = true;
+}
+
+// Shows lines of the text until the page is full, counted in rows of the screen, or the text ends.
+// `line` is left at the first line not shown. True if the page is full.
+bool showpage(display& d, bool& more)
+{
+    int rows = 0;
+    while (more && d.line(1) != '/') {
+        const int needed = screenrows(d);
+        if (rows > 0 && rows + needed > d.page) return true;
+        if (d.line(1) == '\\') showmarkup(d);
+        else writeprintable("", d.line.trimmed(), "");
+        rows += needed;
+        more = d.file.next(d.line);
+    }
+    return rows >= d.page;
+}
+
+enum class textend { shown, continued };
+
+// Shows the text behind the header page by page, with a pause after each. The line that ends it is
+// left in `line`, blank at the end of the file. `continued`: the first line of a page named another
+// entry to go on with, which is now the key.
+textend showtext(display& d)
+{
+    bool more = d.file.next(d.line);
+    for (bool full = true; full && more;) {
+        if (d.line.begins("/>")) {
+            d.key = keyin(d.line);
+            return textend::continued;
+        }
+        if (d.line(1) == '/') break;
+        full = showpage(d, more);
+        pause(d);
+    }
+    if (!more) d.line = text<80>();
+    return textend::shown;
+}
+
+// Shows the entry of the key, over all its continuations. False, with a line that says why, if
+// there is no such entry.
+bool showentry(display& d)
+{
+    for (int steps = 0; steps < circlebound; ++steps) {
+        if (!findentry(d)) {
+            writeprintable("no entry found for ", d.key.trimmed(), " in helpfile:");
+            writeprintable("", d.file.name, "");
+            return false;
+        }
+        if (d.starred || showtext(d) == textend::shown) return true;
+    }
+    writeprintable("the help texts continue in a circle at ", d.key.trimmed(), "");
+    return false;
+}
+
+// The parts side by side; blank if they are too long.
+text<132> joined(std::initializer_list<std::string_view> parts)
+{
+    text<132> whole;
+    int at = 0;
+    for (const std::string_view part : parts) {
+        const int size = static_cast<int>(part.size());
+        if (at + size > 132) return text<132>();
+        whole.put(at + 1, at + size, part);
+        at += size;
+    }
+    return whole;
+}
+
+// The name that stands from column `i` of a line on, if it is a plain one: it becomes part of a
+// shell command and of a path. Blank otherwise.
+text<80> plainname(const text<80>& line, int i)
+{
+    text<132> cha;
+    std::int32_t il = 0, ip = 0, ia = 0;
+    nextchar(text<132>(line(i, 80)), il, ip, cha, ia);
+    const std::string_view name = cha(1, ia);
+    const auto plain = [](char c) {
+        return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') ||
+               std::string_view("._+-/").find(c) != std::string_view::npos;
+    };
+    const bool accepted = std::all_of(name.begin(), name.end(), plain) &&
+                          !name.starts_with('-') && !joined({"/", name, "/"}).contains("/../");
+    return accepted ? text<80>(name) : text<80>();
+}
+
+bool ismore(std::string_view entry) { return entry.starts_with("more "); }
+
+bool isdetails(std::string_view entry) { return entry.starts_with("details "); }
+
+// Notes what a "more" or "details" line opens; blank for a name that is not accepted.
+void settarget(display& d)
+{
+    const bool more = ismore(d.line(3, 80));
+    if (!more && !isdetails(d.line(3, 80))) return;
+    const text<80> accepted = plainname(d.line, more ? 8 : 11);
+    const std::string_view name = accepted.trimmed();
+    if (name.empty()) d.target = text<132>();
+    else if (more) d.target = joined({"$TANOHEPATH/dvifiles/", name, "/", name, ".dvi &"});
+    else d.target = joined({cmpa.tanohepath.trimmed(), "/", name});
+}
+
+// Opens the next level with the related entries that follow the text. False if there are too many
+// levels.
+bool openlevel(display& d)
+{
+    if (d.afresh) d.depth = 0;
+    d.afresh = false;
+    if (d.depth == 4) return false;
+    level& l = d.levels(++d.depth);
+    l.count = 0;
+    l.chosen = "return";
+    for (bool more = true; more && d.line.begins("/#"); more = d.file.next(d.line)) {
+        if (l.count < 32) l.entry(++l.count) = text<80>(d.line(3, 80));
+        settarget(d);
+    }
+    return true;
+}
+
+// Builds the menu: "return", then the entries of the levels, the deepest first. `listed` holds the
+// entries as in the file. Returns their count, with "return".
+int buildmenu(const display& d, dim<text<80>, 1, 64>& listed)
+{
+    int n = 1;
+    listed(1) = "return";
+    for (int l = d.depth; l >= 1; --l) {
+        const level& from = d.levels(l);
+        for (int k = 1; k <= from.count && n < 64; ++k) listed(++n) = from.entry(k);
+    }
+    for (int k = 1; k <= n; ++k) {
+        scrd.queryar(k) = text<132>(printable<160>(listed(k).trimmed()).view());
+        scrd.ext(k) = text<16>();
+    }
+    return n;
+}
+
+// Asks for a related entry until the user takes one, whose text is then in `entry`. False when the
+// user comes back out of the first level.
+bool chooserelated(display& d, text<80>& entry)
+{
+    text<132> cheader("further related information");
+    for (;; cheader = "related information") {
+        dim<text<80>, 1, 64> listed;
+        std::int32_t lq = buildmenu(d, listed);
+        std::int32_t lk = lq;
+        text<80> chdf(d.levels(d.depth).chosen(1, std::clamp(term.ncol(1), 1, 79)));
+        chdf(80) = '#';
+        query(lq, lk, cheader, chdf);
+        if (lq > 1) {
+            d.levels(d.depth).chosen = scrd.queryar(lq)(1, 79);
+            entry = listed(lq);
+            return true;
+        }
+        if (d.depth == 1) return false;
+        --d.depth;
+    }
+}
+
+void startviewer(const display& d)
+{
+    // The name may be that of a "details" line, without the "&" that keeps the dialogue going.
+    const bool background = d.target.trimmed().ends_with('&');
+    const text<132> command = background ? d.target : joined({d.target.trimmed(), " &"});
+    char dvifile[133]{};
+    std::memcpy(dvifile, command.ch, static_cast<std::size_t>(command.length()));
+    viewdvi(dvifile);
+}
+
+void showdetails(const display& d)
+{
+    char name[133]{};
+    std::memcpy(name, d.target.ch, static_cast<std::size_t>(d.target.length()));
+    infile file;
+    if (!file.open(name)) return writeprintable(" file ", name, " for details not found");
+    text<80> line;
+    while (file.next(line)) writeprintable("", line.all(), "");
+}
+
+void trailer(const display& d)
+{
+    writerecord(cmpa.nwrwin, {escape::red, " ", escape::up1});
+    const text<64> name(d.file.name);
+    const printable<128> shown(name.all());
+    writerecord(cmpa.nwrwin, {"   from help-file:", shown.view(), " ", escape::normal});
+}
+
+enum class walkend { left, toodeep };
+
+// Shows the entry of the key and those that the user goes on to.
+walkend walk(display& d)
+{
+    for (;;) {
+        if (!showentry(d)) return walkend::left;
+        if (d.starred) break;
+        if (!openlevel(d)) {
+            writerecord(cmpa.nwrwin, {" there was no way back to the preceeding level"});
+            return walkend::toodeep;
+        }
+        text<80> entry;
+        if (!chooserelated(d, entry)) break;
+        const std::string_view chosen = entry.all();
+        if (ismore(chosen) || isdetails(chosen)) {
+            if (d.target.blank()) writeprintable(" name not accepted: ", entry.trimmed(), "");
+            else if (ismore(chosen)) startviewer(d);
+            else showdetails(d);
+            break;
+        }
+        d.key = joined({"/", entry.trimmed()});
+        writerecord(cmpa.nwrwin, {""});
+    }
+    trailer(d);
+    return walkend::left;
+}
+
+// Counts how deep help texts are open inside each other.
+struct nesting {
+    static inline int depth = 0;
+    nesting() { ++depth; }
+    ~nesting() { --depth; }
+};
+
+}  // namespace
+
+void helproutine(const text<132>& chcom, const text<132>& helpfile)
+{
+    const nesting counted;
+    cmpa.nwrwin = nwr;
+    window(1);
+    display d;
+    d.width = std::clamp(term.ncol(1), 1, 132);
+    d.page = std::max(term.nrows(1) - 1, 1);
+    d.key = chcom;
+    char name[133]{};
+    std::memcpy(name, helpfile.ch, static_cast<std::size_t>(helpfile.length()));
+    if (name[0] == '\0' || !d.file.open(name) || d.key.blank()) {
+        writerecord(nwr, {"entry of helpfile  could not be identified"});
+        return;
+    }
+    if (nesting::depth > 8) {
+        writerecord(nwr, {"too many help texts are open inside each other"});
+        return;
+    }
+    const int lc = d.key.length();
+    d.starred = d.key(lc) == '*';
+    if (d.starred) d.key(lc) = ' ';
+
+    // All of the caller's entries are kept, and here, not behind the entries in use: a menu of
+    // related entries may be long, and help may be asked for inside it.
+    const auto queryar = scrd.queryar;
+    const auto ext = scrd.ext;
+    if (walk(d) == walkend::toodeep) return;  // the caller's entries are lost then, as ever
+    scrd.queryar = queryar;
+    scrd.ext = ext;
+}
+
+void help(const text<132>& chin)
+{
+    infopath();
+    text<132> key("/");
+    key.put(2, 132, chin(1, 131));
+    const std::string_view directory(path.hepath.item, sizeof path.hepath.item);
+    const std::size_t nul = directory.find('\0');
+    const int l = nul == std::string_view::npos ? 0 : static_cast<int>(nul);
+    text<132> name;
+    if (l > 0) name.put(1, l, directory);
+    name.put(l + 1, 132, localpath.localhepath.all());
+
+    char file[133]{};
+    std::memcpy(file, name.ch, static_cast<std::size_t>(name.length()));
+    if (access(file, F_OK) != 0) {
+        name = "helpfile.help";
+        if (access("helpfile.help", F_OK) != 0) {
+            writerecord(nwr, {" helpfile:", name.trimmed()});
+            writerecord(nwr, {" not found in the current directory "});
+            return;
+        }
+    }
+    helproutine(key, name);
+}
