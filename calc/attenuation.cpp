@@ -1,0 +1,743 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "calc/attenuation.h"
+
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+
+#include "base/printable.h"
+#include "help/comhelp.h"
+#include "prompt/combuff.h"
+#include "terminal/key.h"
+
+namespace {
+
+constexpr const char* coefficienttable = "attenuation.coefficients";
+constexpr const char* elementtable = "elements.dat";
+constexpr const char* densitytable = "dichte.dat";
+
+constexpr std::int32_t nrd = 5;  // input channel handed to every prompt
+constexpr std::int32_t nwr = 6;  // output channel, for every prompt and all printing
+
+text<16> blockname;  // the element whose block `coefficients` stands in, for messages
+
+}  // namespace
+
+infile coefficients;
+
+// The attenuation table.
+
+void findblock(const text<12>& name, int length)
+{
+    coefficients.opentable(coefficienttable);
+    blockname = text<16>(name.all());
+    text<16> element;
+    do {
+        if (!coefficients.next(element)) {
+            stop("%s: no block for the element \"%.*s\"", coefficienttable, length, name.ch);
+        }
+    } while (element(2, length + 1) != name(1, length));
+}
+
+namespace {
+
+// The rows of one element's block.
+struct tablerows {
+    int n = 0;
+    dim<double, 1, 64> xi;  // energy, MeV
+    dim<double, 1, 64> yi;  // mu/rho, cm2/g
+    dim<double, 1, 64> zi;  // mu_en/rho, cm2/g; read with the row, but not used
+};
+
+// digits x 10^exponent, rounded once. Up to 10^22 both factors are exact, so that one
+// multiplication or division does it.
+double scaled(std::int64_t digits, int exponent)
+{
+    static const double powers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                    1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+                                    1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+    if (exponent >= 0 && exponent <= 22) return static_cast<double>(digits) * powers[exponent];
+    if (exponent < 0 && exponent >= -22) return static_cast<double>(digits) / powers[-exponent];
+    char number[48];
+    std::snprintf(number, sizeof number, "%llde%d", static_cast<long long>(digits), exponent);
+    return std::strtod(number, nullptr);
+}
+
+bool isdigit(char c) { return c >= '0' && c <= '9'; }
+
+// One number on its way out of a table field, from the front.
+struct fieldscan {
+    std::string_view rest;
+
+    bool take(char c)
+    {
+        if (rest.empty() || rest.front() != c) return false;
+        rest.remove_prefix(1);
+        return true;
+    }
+    bool takesign()
+    {
+        const bool minus = take('-');
+        if (!minus) take('+');
+        return minus;
+    }
+    // Appends digits to `value` and returns their count. A field has at most 11 of them.
+    int takedigits(std::int64_t& value)
+    {
+        int count = 0;
+        for (; !rest.empty() && isdigit(rest.front()); ++count) {
+            value = 10 * value + (rest.front() - '0');
+            rest.remove_prefix(1);
+        }
+        return count;
+    }
+};
+
+// Reads a number that stands in a field of fixed columns: blanks around it do not matter, a blank
+// field is 0, a point left out stands before the last `decimals` digits, the exponent has the letter
+// E or D. False for anything else.
+bool readfield(std::string_view field, int decimals, double& value)
+{
+    fieldscan s{field};
+    while (s.take(' ')) {}
+    while (s.rest.ends_with(' ')) s.rest.remove_suffix(1);
+    value = 0.0;
+    if (s.rest.empty()) return true;
+
+    const bool minus = s.takesign();
+    std::int64_t digits = 0, exponent = 0;
+    int count = s.takedigits(digits);
+    if (s.take('.')) {
+        decimals = s.takedigits(digits);
+        count += decimals;
+    }
+    if (count == 0) return false;
+    if (s.take('E') || s.take('e') || s.take('D') || s.take('d')) {
+        const bool down = s.takesign();
+        if (s.takedigits(exponent) == 0 || exponent > 9999) return false;
+        if (down) exponent = -exponent;
+    }
+    if (!s.rest.empty()) return false;
+    value = scaled(minus ? -digits : digits, static_cast<int>(exponent) - decimals);
+    return std::isfinite(value);
+}
+
+bool readrow(const text<36>& line, double& x, double& y, double& z)
+{
+    return readfield(line(4, 14), 5, x) && readfield(line(17, 25), 3, y) &&
+           readfield(line(28, 36), 3, z);
+}
+
+// A row's energy must be above the one before, or the same at an edge, which has two rows.
+void checkorder(const tablerows& t, int i)
+{
+    const double before = i > 1 ? t.xi(i - 1) : 0.0;
+    const bool third = i > 2 && t.xi(i - 2) == t.xi(i);
+    if (t.xi(i) > 0.0 && t.xi(i) >= before && !third) return;
+    stop("%s: line %ld: the energies of %.*s do not ascend", coefficienttable, coefficients.lineno,
+         blockname.length(), blockname.ch);
+}
+
+template <int n>
+void nextline(text<n>& line)
+{
+    if (coefficients.next(line)) return;
+    stop("%s: the file ends within the block of %.*s", coefficienttable, blockname.length(),
+         blockname.ch);
+}
+
+// Reads the block from its heading lines on, up to the first line that is no row.
+void readrows(tablerows& t)
+{
+    text<36> line;
+    for (int i = 1; i <= 6; ++i) nextline(line);
+    while (t.n < 64) {
+        nextline(line);
+        const int i = t.n + 1;
+        if (!readrow(line, t.xi(i), t.yi(i), t.zi(i))) break;
+        checkorder(t, i);
+        t.n = i;
+    }
+}
+
+[[noreturn]] void stopoutside(const tablerows& t, float energy)
+{
+    if (t.n < 4) {
+        stop("%s: too few rows for %.*s", coefficienttable, blockname.length(), blockname.ch);
+    }
+    stop("%s: %.7g keV is outside the usable energies of %.*s, %.7g keV to below %.7g keV",
+         coefficienttable, double{energy}, blockname.length(), blockname.ch, 1000.0 * t.xi(2),
+         1000.0 * t.xi(t.n - 1));
+}
+
+// Last row at or below the energy `x` in MeV; 0 if there is none.
+int bracket(const tablerows& t, double x)
+{
+    int i = 1;
+    while (i <= t.n && x >= t.xi(i)) ++i;
+    return i - 1;
+}
+
+}  // namespace
+
+void attenuation(float energy, float& atc)
+{
+    tablerows t;
+    readrows(t);
+    // A single-precision product on purpose: its last bit decides on which side of an edge, and
+    // whether on or beside a row, a tabulated energy lands.
+    const float energymev = 0.001f * energy;
+    const double x = energymev;
+    const int i = bracket(t, x);
+    if (i < 1 || i >= t.n) stopoutside(t, energy);
+    if (t.xi(i) == x) {
+        atc = static_cast<float>(t.yi(i));
+        return;
+    }
+    const bool edgeabove = i + 2 <= t.n && t.xi(i + 1) == t.xi(i + 2);
+    const bool edgebelow = i > 1 && t.xi(i - 1) == t.xi(i);
+    const std::int32_t ns = edgeabove || edgebelow ? 3 : 4;
+    const int first = edgebelow && !edgeabove ? i : i - 1;
+    if (first < 1 || first + ns - 1 > t.n) stopoutside(t, energy);
+
+    dim<double, 1, 4> xs, ys;
+    for (int k = 1; k <= ns; ++k) {
+        xs(k) = t.xi(first + k - 1);
+        ys(k) = t.yi(first + k - 1);
+    }
+    parabel(ns, xs, ys, x, atc);
+    if (!std::isfinite(atc)) {
+        stop("%s: line %ld: no parabola through the rows of %.*s around %.7g keV", coefficienttable,
+             coefficients.lineno, blockname.length(), blockname.ch, double{energy});
+    }
+}
+
+namespace {
+
+// Through points 2 and 3, curvature fitted to 1 and 4. The weights h13 and h43 are held in 32 bits.
+double fourpoints(const dim<double, 1, 4>& xs, const dim<double, 1, 4>& ys, double us)
+{
+    const double u = 1000.0 * us - xs(2);
+    const double x1 = xs(1) - xs(2), x3 = xs(3) - xs(2), x4 = xs(4) - xs(2);
+    const double f1 = ys(1) - ys(2), f3 = ys(3) - ys(2), f4 = ys(4) - ys(2);
+    const double h13 = static_cast<float>((x1 - x3) * x1);
+    const double h43 = static_cast<float>((x4 - x3) * x4);
+    const double a = (h13 * f1 + h43 * f4 - (h43 * x4 + h13 * x1) * f3 / x3) /
+                     (h13 * h13 + h43 * h43);
+    const double b = f3 / x3 - a * x3;
+    return b * u + a * u * u + ys(2);
+}
+
+// Through all three points. The matrix and its determinant are held in 32 bits, each computed in 64
+// and rounded once; everything else is 64-bit.
+double threepoints(const dim<double, 1, 4>& xs, const dim<double, 1, 4>& ys, double us)
+{
+    dim<dim<float, 1, 3>, 1, 3> matrix;
+    for (int k = 1; k <= 3; ++k) {
+        matrix(k)(1) = static_cast<float>(xs(k) * xs(k));
+        matrix(k)(2) = static_cast<float>(xs(k));
+        matrix(k)(3) = 1.0f;
+    }
+    const auto m = [&matrix](int row, int column) {  // numbered round and round
+        return double{matrix((row - 1) % 3 + 1)((column - 1) % 3 + 1)};
+    };
+    const auto cofactor = [&m](int i, int j) {
+        return m(i + 1, j + 1) * m(i + 2, j + 2) - m(i + 1, j + 2) * m(i + 2, j + 1);
+    };
+    const float det = static_cast<float>(m(1, 1) * cofactor(1, 1) + m(1, 2) * cofactor(1, 2) +
+                                         m(1, 3) * cofactor(1, 3));
+    dim<double, 1, 3> c;
+    for (int j = 1; j <= 3; ++j) {
+        for (int k = 1; k <= 3; ++k) c(j) += cofactor(k, j) / double{det} * ys(k);
+    }
+    const double u = 1000.0 * us;
+    return c(1) * u * u + c(2) * u + c(3);
+}
+
+}  // namespace
+
+void parabel(std::int32_t ns, dim<double, 1, 4>& xs, const dim<double, 1, 4>& ys, double us,
+             float& att)
+{
+    for (int k = 1; k <= 4; ++k) xs(k) *= 1000.0;
+    if (ns == 4) att = static_cast<float>(fourpoints(xs, ys, us));
+    if (ns == 3) att = static_cast<float>(threepoints(xs, ys, us));
+}
+
+// Formulas and compounds.
+
+namespace {
+
+// The part of a formula not yet read.
+struct formularest {
+    const text<132>& formula;
+    text<132> working;  // left-adjusted, the groups read dropped
+    int position;       // of its first character in the formula
+
+    void drop(int count)
+    {
+        const int used = count < 132 ? count : 132;
+        const text<132> before = working;
+        working = text<132>(before(used + 1, 132));
+        position += used;
+    }
+    [[noreturn]] void fault(const char* what) const
+    {
+        stop("formula \"%.*s\": \"%.*s\" at position %d: %s", formula.length(), formula.ch,
+             working.length() < 8 ? working.length() : 8, working.ch, position, what);
+    }
+};
+
+// Reads the group at the front: a symbol and a count.
+void readgroup(formularest& rest, text<2>& symbol, std::int32_t& n)
+{
+    const text<132>& w = rest.working;
+    const bool oneletter = w(2) == '_';
+    symbol = oneletter ? text<2>(w(1, 1)) : text<2>(w(1, 2));
+    const char d1 = oneletter ? w(3) : w(4);
+    // Behind a two-letter symbol column 5 is read twice, not columns 5 and 6: a second digit is
+    // doubled and the parser moves on one column too far. Part of the formula's rules, and kept.
+    const char d2 = oneletter ? w(4) : w(5);
+    const char d3 = w(5);
+    int p = oneletter ? 4 : 5;
+    n = d1 - '0';
+    for (char d : {d2, d3}) {
+        if (!isdigit(d)) continue;
+        n = 10 * n + (d - '0');
+        ++p;
+    }
+    if (!isdigit(d1) || (!oneletter && w(3) != '_')) n = -1;
+    if (n >= 0) rest.drop(p - 1);
+}
+
+int findsymbol(const dim<text<2>, 1, 82>& es, const text<2>& symbol)
+{
+    for (int i = 1; i <= 82; ++i) {
+        if (es(i) == symbol) return i;
+    }
+    return 0;
+}
+
+}  // namespace
+
+void contentformula(const text<132>& formula, const dim<text<2>, 1, 82>& es, std::int32_t& j,
+                    dim<std::int32_t, 1, 12>& indx, dim<std::int32_t, 1, 12>& mult)
+{
+    formularest rest{formula, formula, 1};
+    while (rest.position < 132 && rest.working(1) == ' ') rest.drop(1);
+    j = 0;
+    do {
+        const formularest group = rest;
+        text<2> symbol;
+        std::int32_t n = 0;
+        readgroup(rest, symbol, n);
+        const int index = findsymbol(es, symbol);
+        if (index == 0) group.fault("no symbol of an element from hydrogen to lead");
+        if (n < 0) group.fault("the symbol must be followed by \"_\" and a count");
+        if (j == 12) group.fault("more than 12 groups");
+        ++j;
+        indx(j) = index;
+        mult(j) = n;
+    } while (!rest.working.blank());
+}
+
+void atcoefficient(std::int32_t input, std::int32_t output, std::int32_t j,
+                   const dim<std::int32_t, 1, 12>& indx, const dim<std::int32_t, 1, 12>& mult,
+                   const dim<text<12>, 1, 82>& ename, const dim<float, 1, 82>& emolweight,
+                   float& value, float& atc)
+{
+    text<132> querytype("Photon energy in keV"), chcom("read/energy");
+    text<7> form("f8.2");
+    // The width is a constant here, not that of the terminal.
+    askvalue(querytype, form, value, chcom, 80, input, output);
+
+    float mass = 0.0f, sum = 0.0f;
+    for (int i = 1; i <= j; ++i) {
+        const text<12>& name = ename(indx(i));
+        if (name.length() > 11) {  // the search reads 12 columns of a line, the first one unused
+            stop("%s: the name \"%.12s\" is too long for the search in compounds", elementtable,
+                 name.ch);
+        }
+        findblock(name, name.length());
+        text<16> numberline;
+        nextline(numberline);
+        float a = 0.0f;
+        attenuation(value, a);
+        coefficients.close();
+        const float part = static_cast<float>(mult(i)) * emolweight(indx(i));
+        mass += part;
+        sum += part * a;
+    }
+    atc = sum / mass;
+    if (!std::isfinite(atc)) stop("the formula gives no finite molar mass");
+}
+
+// Densities.
+
+namespace {
+
+// The modifications of one element, as the file lists them.
+struct modifications {
+    int n = 0;
+    dim<text<80>, 1, 64> line;
+};
+
+std::int32_t atomicnumber(const text<80>& ch80)
+{
+    text<8> ch8(ch80(1, 8));
+    std::int32_t mz = 0;
+    c8toi(ch8, mz);
+    return mz;
+}
+
+void readmodifications(std::int32_t nz, modifications& found)
+{
+    infile densities;
+    densities.opentable(densitytable);
+    text<80> ch80;
+    do {
+        if (!densities.next(ch80)) stop("%s: no line for atomic number %d", densitytable, nz);
+    } while (atomicnumber(ch80) != nz);
+    do {
+        if (found.n == 64) {
+            stop("%s: line %ld: more than 64 lines for atomic number %d", densitytable,
+                 densities.lineno, nz);
+        }
+        found.line(++found.n) = ch80;
+    } while (densities.next(ch80) && atomicnumber(ch80) == nz);
+}
+
+// The first number in columns 39 to 80 of a line; 0 if there is none.
+float densityin(const text<80>& line)
+{
+    const text<132> ch132(line(39, 80));
+    dim<float, 1, 32> out;
+    std::int32_t iout = 0;
+    trlch(60, ch132, iout, out);
+    if (iout == 0) return 0.0f;
+    if (!std::isfinite(out(1))) {
+        stop("%s: no density in \"%.*s\"", densitytable, line.length(), line.ch);
+    }
+    return out(1);
+}
+
+}  // namespace
+
+float elementdensity(std::int32_t nz)
+{
+    modifications found;
+    readmodifications(nz, found);
+    std::int32_t lq = found.n, lk = found.n;
+    for (int k = 1; k <= lq; ++k) {
+        scrd.queryar(k) = text<132>(printable<160>(found.line(k)(9, 80)).view());
+        scrd.ext(k) = text<16>();
+    }
+    text<80> ch80(scrd.queryar(1)(1, 10));
+    ch80(80) = '#';
+    // Only these two: further entries keep the key of the menu before, as ever.
+    scrd.helpar(1) = scrd.helpar(2) = "read/modification";
+    text<132> cheader("density of the modifications");
+    query(lq, lk, cheader, ch80);
+    // From the line itself: the menu has cut its entries at the terminal width.
+    return lq == 0 ? 0.0f : densityin(found.line(lq));
+}
+
+// The element list.
+
+void readelements(elementlist& elements)
+{
+    infile file;
+    file.opentable(elementtable);
+    text<80> line;
+    dim<float, 1, 32> out;
+    for (int i = 1; i <= 82; ++i) {
+        if (!file.next(line)) stop("%s: ends after %d of 82 lines", elementtable, i - 1);
+        elements.es(i) = text<2>(line(9, 10));
+        elements.ename(i) = text<12>(line(17, 28));
+        std::int32_t iout = 0;
+        trlch(20, text<132>(line(30, 49)), iout, out);
+        elements.emolweight(i) = out(1);
+        if (iout < 1 || !(out(1) > 0.0f) || !std::isfinite(out(1)) || line(9) == ' ' ||
+            line(17) == ' ') {
+            stop("%s: line %d: no symbol, name and molar weight", elementtable, i);
+        }
+    }
+}
+
+// The dialogue.
+
+namespace {
+
+enum class route { element, symbol, compound, formula, twolines };  // how to mu/rho
+
+struct absorber {
+    const char *entry, *help;  // text and help key in the menu
+    route way;
+    const char* name;          // of the block, for a given element
+    float value;               // energy offered, keV
+    const char* form;          // in which it is shown
+    float density;             // g/cm3; the density table replaces it for elements
+    std::int32_t j = 0;        // a given compound
+    dim<std::int32_t, 1, 12> indx{}, mult{};
+};
+
+const absorber absorbers[] = {
+    {"1 Nickel foil", "read/element", route::element, "Nickel", 122.0f, "f8.2", 8.908f},
+    {"2 Iron foil", "read/element", route::element, "Iron", 14.4f, "f8.2", 7.874f},
+    {"3 Lead shielding", "read/element", route::element, "Lead", 122.0f, "f8.1", 11.342f},
+    {"4 Aluminium foil", "read/element", route::element, "Aluminum", 14.4f, "f8.2", 2.7f},
+    {"5 ES: element symbol", "read/element", route::symbol, "", 14.4f, "f8.2", 8.92f},
+    {"6 mylar C_10H_8O_4", "read/mylar", route::compound, "", 14.4f, "f8.2", 1.38f,
+     3, {{6, 1, 8}}, {{10, 8, 4}}},
+    {"7 teflon C_2F_4", "read/teflon", route::compound, "", 14.4f, "f8.2", 2.2f,
+     2, {{6, 9}}, {{2, 4}}},
+    // Hydrogen 2, not the 4 of the dihydrate: the composition in use, kept.
+    {"8 Na_2Fe[(CN)_5NO]2H_2O", "read/sodiumnitrop", route::compound, "", 14.4f, "f8.2", 1.72f,
+     6, {{11, 26, 6, 7, 8, 1}}, {{2, 1, 5, 6, 3, 2}}},
+    {"9 FAS", "read/fas", route::compound, "", 14.4f, "f8.2", 1.86f,
+     5, {{7, 1, 26, 16, 8}}, {{2, 20, 1, 2, 14}}},
+    {"10 compound", "read/compound", route::formula, "", 14.4f, "f8.2", 0.0f},
+    {"11 0.111(136.5keV), 0.889(122.0keV)", "read/bgco57", route::twolines, "", 122.01f, "f8.2",
+     1.86f},
+};
+constexpr std::int32_t nabsorber = sizeof absorbers / sizeof absorbers[0];
+
+// The two gamma lines of 57Co. The labels on the screen round the energies; these are in use.
+constexpr float energy1 = 122.01f, weight1 = 0.889f;
+constexpr float energy2 = 136.46f, weight2 = 0.111f;
+
+// The absorber chosen, as far as it is known.
+struct sample {
+    elementlist elements;
+    text<4> source = "xkeV";   // "57Co" for its two lines
+    std::int32_t nz = 0;       // atomic number, 0 for a compound
+    std::int32_t iread = 0;    // 1 once the density of an element has been read
+    float density = 0.0f;      // g/cm3
+    float atc = 0.0f;          // mu/rho, cm2/g
+    float atc1 = 0.0f, atc2 = 0.0f;  // at the two lines of 57Co
+    float thick = 0.0f;        // areal density, g/cm2
+};
+
+void startup(elementlist& elements)
+{
+    constexpr std::int32_t kwin = 1;
+    window(kwin);
+    term.npl = term.ncol(kwin);
+    const std::string_view lines[] = {
+        "",
+        " The program uses the tables:",
+        " X-Ray Mass Attenuation Coefficients",
+        " published by National Institute of Standards and Technology (NIST)",
+        " 1989, 1990, 1996, U.S. Secretary of Commerce on behalf of the United States of America",
+        " and",
+        " Densities of the Solid Elements, a compilation for attenuation",
+        " 2026, the attenuation developers, CC0-1.0",
+        "",
+        "",
+        "",
+    };
+    for (std::string_view line : lines) writerecord(nwr, {line});
+    readelements(elements);
+    localpath.localhepath = "/attenuation.help";
+}
+
+std::int32_t chooseabsorber()
+{
+    std::int32_t lq = 0;
+    while (lq == 0) {
+        lq = nabsorber;
+        std::int32_t lk = lq;
+        for (int k = 1; k <= lq; ++k) {
+            scrd.queryar(k) = absorbers[k - 1].entry;
+            scrd.helpar(k) = absorbers[k - 1].help;
+            scrd.ext(k) = text<16>();
+        }
+        text<80> ch80("Nickel");
+        ch80(80) = '#';
+        text<132> chin("select");
+        query(lq, lk, chin, ch80);
+    }
+    return lq;
+}
+
+// A question for a number, at the terminal width.
+void asknumber(const char* question, const char* form, float& value, const char* help)
+{
+    text<132> querytype(question), chcom(help);
+    text<7> shown(form);
+    askvalue(querytype, shown, value, chcom, term.ncol(1), nrd, nwr);
+}
+
+text<132> asktext(const char* question, const char* offered, const char* help)
+{
+    text<132> querytype(question), chin(offered), chcom(help);
+    askstring(querytype, chin, chcom, term.ncol(1), nrd, nwr);
+    return chin;
+}
+
+// A number in fixed-point form, right-aligned; asterisks where it does not fit.
+struct fixedpoint {
+    char ch[64];
+    int width;
+
+    fixedpoint(float value, int w, int decimals) : width(w)
+    {
+        const int length = std::snprintf(ch, sizeof ch, "%*.*f", w, decimals, double{value});
+        if (length > w || !std::isfinite(value)) std::memset(ch, '*', static_cast<std::size_t>(w));
+    }
+    operator std::string_view() const { return {ch, static_cast<std::size_t>(width)}; }
+};
+
+// The widths differ on purpose: 7 for elements, 6 for compounds.
+void printcoefficient(const sample& s, int width)
+{
+    writerecord(nwr, {" mue/rho=", fixedpoint(s.atc, width, 3), " [cm^2/g]  density=",
+                      fixedpoint(s.density, width, 3), " [g/cm^3]  mu_e=",
+                      fixedpoint(s.density * s.atc / 10.0f, width, 3), " [mm^-1]"});
+    writerecord(nwr, {""});
+}
+
+text<12> askelement(const elementlist& elements)
+{
+    const text<132> chin = asktext("symbol for the element", "Cu", "read/element");
+    const int i = findsymbol(elements.es, text<2>(chin.all()));
+    if (i == 0) {
+        stop("%s: no element from hydrogen to lead has the symbol \"%.2s\"", elementtable, chin.ch);
+    }
+    return elements.ename(i);
+}
+
+void elementpath(sample& s, const text<12>& name, const absorber& chosen)
+{
+    float energy = chosen.value;
+    asknumber("Photon energy in keV", chosen.form, energy, "read/energy");
+    findblock(name, name.length());
+    text<16> element;
+    nextline(element);
+    text<8> number(element(4, 11));
+    c8toi(number, s.nz);
+    s.iread = 1;
+    s.density = elementdensity(s.nz);
+    attenuation(energy, s.atc);
+    printcoefficient(s, 7);
+    coefficients.close();
+}
+
+// Asks for the energy, `value` in keV being offered, and gives mu/rho of the compound.
+float compoundcoefficient(const sample& s, const absorber& compound, float value)
+{
+    float atc = 0.0f;
+    atcoefficient(nrd, nwr, compound.j, compound.indx, compound.mult, s.elements.ename,
+                  s.elements.emolweight, value, atc);
+    return atc;
+}
+
+void compoundpath(sample& s, const absorber& chosen)
+{
+    s.atc = compoundcoefficient(s, chosen, chosen.value);
+    printcoefficient(s, 6);
+}
+
+// Asks for formula and density; `typed` becomes the compound.
+void askcompound(sample& s, absorber& typed)
+{
+    const text<132> chin =
+        asktext("formula of the compound", "N_2H_8Fe_1S_2O_8H_12O_6", "read/compound");
+    asknumber("density of the compound g/cm3", typed.form, s.density, "read/density");
+    contentformula(chin, s.elements.es, typed.j, typed.indx, typed.mult);
+}
+
+void setupabsorber(sample& s, const absorber& chosen)
+{
+    s.density = chosen.density;
+    absorber typed = chosen;
+    switch (chosen.way) {
+        case route::element: return elementpath(s, text<12>(chosen.name), chosen);
+        case route::symbol: return elementpath(s, askelement(s.elements), chosen);
+        case route::compound: return compoundpath(s, chosen);
+        case route::formula: askcompound(s, typed); return compoundpath(s, typed);
+        case route::twolines:
+            askcompound(s, typed);
+            s.atc1 = compoundcoefficient(s, typed, energy1);
+            s.atc2 = compoundcoefficient(s, typed, energy2);
+            s.source = "57Co";
+    }
+}
+
+// Asks for the unit of the thickness: 1 mg/cm2, 2 mm, 0 if cancelled. `ch80` is the unit offered.
+std::int32_t askunit(text<80>& ch80)
+{
+    std::int32_t lq = 2, lk = 2;
+    scrd.queryar(1) = "thickness mg/cm2";
+    scrd.helpar(1) = "read/mgcm2";
+    scrd.queryar(2) = "thickness in mm";
+    scrd.helpar(2) = "read/thickness";
+    scrd.ext(1) = scrd.ext(2) = text<16>();
+    text<132> chin("thickness of the sample");
+    ch80(80) = '#';
+    query(lq, lk, chin, ch80);
+    ch80 = lq == 2 ? "mm" : "mg/cm2";
+    return lq;
+}
+
+// Asks for the thickness. After a cancelled unit menu that of the pass before stays.
+void askthickness(sample& s, std::int32_t lqq)
+{
+    if (lqq == 1) {
+        float value = 100.0f;
+        asknumber("thickness mg/cm2", "f8.2", value, "read/mgcm2");
+        s.thick = value / 1000.0f;
+    }
+    if (lqq == 2) {
+        float value = 0.125f;
+        asknumber("thickness in mm", "f8.4", value, "read/mgcm2");  // the key of the other unit
+        // Never so as things are: the number and the density of an element are read together.
+        if (s.nz >= 1 && s.nz <= 99 && s.iread == 0) s.density = elementdensity(s.nz);
+        s.thick = s.density * value / 10.0f;
+    }
+}
+
+// exp(-depth), rounded once to 32 bits.
+float transmitted(float depth) { return static_cast<float>(std::exp(-double{depth})); }
+
+void printtransmission(const sample& s)
+{
+    writerecord(nwr, {""});
+    writerecord(nwr, {""});
+    writerecord(nwr, {"       mg/cm2=", fixedpoint(1000.0f * s.thick, 10, 2)});
+    float trm = 0.0f;
+    if (s.source == text<4>("57Co")) {
+        const float depth1 = s.atc1 * s.thick, depth2 = s.atc2 * s.thick;
+        trm = weight1 * transmitted(depth1) + weight2 * transmitted(depth2);
+        writerecord(nwr, {"122keV:", fixedpoint(depth1, 12, 4), " 136keV:",
+                          fixedpoint(depth2, 12, 4)});
+    } else {
+        trm = transmitted(s.atc * s.thick);
+    }
+    writerecord(nwr, {" transmission=", fixedpoint(trm, 10, 4)});
+    writerecord(nwr, {""});
+}
+
+bool askagain()
+{
+    text<132> querytype("new value for the thickness"), chcom("read/repeat");
+    text<1> ch1("y");
+    yesno(querytype, ch1, chcom, term.ncol(1), nrd, nwr);
+    return ch1(1) == 'y';
+}
+
+}  // namespace
+
+void dialogue()
+{
+    sample s;
+    startup(s.elements);
+    setupabsorber(s, absorbers[chooseabsorber() - 1]);
+    text<80> ch80("mg/cm2");
+    std::int32_t lqq = 1;  // the unit that needs no density, in case none is asked
+    do {
+        if (s.density > 0.0f) lqq = askunit(ch80);
+        askthickness(s, lqq);
+        printtransmission(s);
+    } while (askagain());
+}
