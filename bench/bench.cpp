@@ -2,7 +2,11 @@
 // bench/bench.cpp: speed of single steps, on the shipped tables.
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <unistd.h>
+
+#include <cstdlib>
+#include <cstring>
 
 #include "calc/attenuation.h"
 #include "help/comhelp.h"

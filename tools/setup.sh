@@ -1,0 +1,109 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
+# tools/setup.sh: installing and building, shared by ./run and ./check, which source this file.
+#
+# To be sourced with the repository as the current directory and $root its path, free of links.
+# Standard input and standard output are left alone; standard error gets a word only when something
+# is really done or goes wrong.
+# shellcheck shell=bash disable=SC2034
+
+builddir=${root:?}/build
+log=$builddir/log
+
+# What is needed: how to tell that it is there (a command, or a module of pkg-config), and the
+# Debian package that brings it.
+for_program=(
+    "command c++         g++"
+    "command cmake       cmake"
+    "command make        make"
+    "command pkg-config  pkg-config"
+    "module readline     libreadline-dev"
+    "module tinfo        libncurses-dev"
+)
+for_tests=(
+    "module gtest_main   libgtest-dev"
+    "module vterm        libvterm-dev"
+)
+
+say() { printf 'attenuation: %s\n' "$*" >&2; }
+
+# Prints the packages of those needs that are not met, each behind a blank.
+missing() {
+    local need kind name package
+    for need; do
+        read -r kind name package <<<"$need"
+        case $kind in
+            command) command -v "$name" >/dev/null ;;
+            module) pkg-config --exists "$name" 2>/dev/null ;;
+        esac || printf ' %s' "$package"
+    done
+}
+
+# Runs a command; what it prints is kept in the log.
+logged() { "$@" </dev/null >>"$log" 2>&1; }
+
+# The same for a step that must succeed: if it fails, shows the log and ends.
+must() {
+    logged "$@" && return
+    cat "$log" >&2
+    say "failed: $*"
+    exit 1
+}
+
+# Starts an empty log.
+startlog() {
+    { mkdir -p "$builddir" && : >"$log"; } 2>/dev/null && return
+    say "cannot write to $builddir"
+    exit 1
+}
+
+# Installs what is missing of the needs given; ends where that is impossible.
+install_missing() {
+    local packages apt=(env DEBIAN_FRONTEND=noninteractive apt-get)
+    read -ra packages <<<"$(missing "$@")"
+    [[ ${#packages[@]} -eq 0 ]] && return
+
+    if ! command -v apt-get >/dev/null; then
+        say "please install what these Debian packages hold (there is no apt-get here):"
+        say "    ${packages[*]}"
+        exit 1
+    elif [[ $EUID -ne 0 ]] && ! command -v sudo >/dev/null; then
+        say "packages are missing, and without sudo only root can install them:"
+        say "    apt-get install --no-install-recommends ${packages[*]}"
+        exit 1
+    elif [[ $EUID -ne 0 ]]; then
+        apt=(sudo "${apt[@]}")
+    fi
+
+    startlog
+    say "installing ${packages[*]}"
+    logged "${apt[@]}" update || true  # one source out of order need not matter
+    must "${apt[@]}" -o DPkg::Lock::Timeout=120 install -y --no-install-recommends "${packages[@]}"
+}
+
+# True when no source has changed since the last build. Directories count too: they change when a
+# file is added, renamed or removed.
+uptodate() {
+    [[ -x $builddir/attenuation && -e $builddir/built ]] &&
+        [[ -z $(find base calc help prompt terminal CMakeLists.txt CMakePresets.json \
+            -newer "$builddir/built" -print -quit) ]]
+}
+
+# Configures and builds, one caller at a time.
+#   $1       ON to configure the tests too, else OFF
+#   $2 ...   what to build
+build() {
+    local testing=$1
+    shift
+    startlog
+    {
+        flock 9
+        touch "$builddir/begun"  # what changes from now on makes the build stale again
+        # `--fresh` where the directory was configured for another place, say before a move.
+        local fresh=()
+        grep -Fqsx "CMAKE_HOME_DIRECTORY:INTERNAL=$root" "$builddir/CMakeCache.txt" ||
+            fresh=(--fresh)
+        must cmake --preset release "${fresh[@]}" -DBUILD_TESTING="$testing"
+        must cmake --build "$builddir" --parallel "$(nproc)" --target "$@"
+        mv "$builddir/begun" "$builddir/built"
+    } 9>"$builddir/lock"
+}
