@@ -415,7 +415,9 @@ step decide(menu& m)
     }
     m.lk = 0;
     m.lq = m.jq;
-    return m.lq != 0 ? step::done : step::again;
+    if (m.lq == 0) return step::again;
+    m.chdf = text<80>(scrd.queryar(m.lq).all());
+    return step::done;
 }
 
 void showhelp(menu& m)
@@ -441,6 +443,7 @@ void replay(menu& m)
     m.lq = digit(ch132(1));
     if (ch132(2) != '-') m.lq = 10 * m.lq + digit(ch132(2));
     if (m.lq > m.lqin) stop("script file: no such entry in the menu: \"%.5s\"", ch132.ch);
+    if (m.lq > 0) m.chdf = text<80>(scrd.queryar(m.lq).all());
 }
 
 // Marks, shows and asks until the menu ends or starts again.

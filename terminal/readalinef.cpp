@@ -14,16 +14,16 @@ namespace {
 
 char* nothing(const char*, int) { return nullptr; }
 
-// A TAB in a chemical formula must not list files, and a paste of several answers must not be taken
-// as one.
-void preparelineediting()
+// The line editor's settings, after those of the user: a paste of several answers must not be taken
+// as one, in no locale are letters beyond ASCII commands, and a TAB in a formula must not list files.
+void prepareediting()
 {
-    static bool done = false;
-    if (done) return;
-    done = true;
-    rl_completion_entry_function = nothing;
     rl_initialize();
     rl_variable_bind("enable-bracketed-paste", "off");
+    rl_variable_bind("input-meta", "on");
+    rl_variable_bind("convert-meta", "off");
+    rl_variable_bind("output-meta", "on");
+    rl_completion_entry_function = nothing;
 }
 
 }  // namespace
@@ -31,7 +31,7 @@ void preparelineediting()
 int readaline(dim<std::int32_t, 1, 132>& k, const char* prompt)
 {
     flushoutput();
-    preparelineediting();
+    prepareediting();
     char* const line = readline(prompt);
     if (line == nullptr) {
         noteinputend();

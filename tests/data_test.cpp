@@ -1,0 +1,125 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Walks the shipped tables and the help file line by line, with a reader of its own.
+#include <gtest/gtest.h>
+
+#include <map>
+#include <set>
+#include <sstream>
+
+#include "calc/attenuation.h"
+#include "tests/session.h"
+
+namespace {
+
+std::vector<std::string> lines(const char* file)
+{
+    std::istringstream all(filecontent(std::string(DATA_DIR) + "/" + file));
+    std::vector<std::string> read;
+    for (std::string line; std::getline(all, line);) read.push_back(line);
+    return read;
+}
+
+std::string columns(const std::string& line, std::size_t i, std::size_t j)
+{
+    std::string field = line.size() < i ? "" : line.substr(i - 1, j - i + 1);
+    while (!field.empty() && field.back() == ' ') field.pop_back();
+    return field;
+}
+
+}  // namespace
+
+TEST(Tables, ElementsMatchTheCoefficients)
+{
+    const auto list = lines("elements.dat"), table = lines("attenuation.coefficients");
+    ASSERT_EQ(list.size(), 82u);
+    std::uint64_t checksum = 0xcbf29ce484222325u;  // FNV-1a of the published rows
+    int published = 0, added = 0, edges = 0;
+    std::size_t at = 0;
+    for (std::size_t z = 1; z <= 82; ++z) {
+        EXPECT_EQ(std::stoul(list[z - 1]), z);
+        EXPECT_GT(std::stod(columns(list[z - 1], 30, 49)), 1.0);
+        EXPECT_EQ(columns(table.at(at), 2, 80), columns(list[z - 1], 17, 28));
+        EXPECT_EQ(std::stoul(columns(table[at + 1], 4, 10)), z);
+        at += 8;
+        double before = 0.0;
+        int rows = 0;
+        for (; table[at].size() == 36 && table[at][4] == '.'; ++at, ++rows) {
+            const std::string& line = table[at];
+            const double energy = std::stod(columns(line, 4, 14));
+            const bool plus = line[1] == '+', upper = line[0] >= 'K' && line[0] <= 'N';
+            EXPECT_GT(std::stod(columns(line, 17, 25)) * std::stod(columns(line, 28, 36)), 0.0);
+            EXPECT_TRUE(upper ? energy == before && !plus : energy > before) << line;
+            before = energy;
+            edges += upper;
+            (plus ? added : published) += 1;
+            for (char c : plus ? "" : line + "\n") {
+                checksum = (checksum ^ static_cast<unsigned char>(c)) * 0x100000001b3u;
+            }
+        }
+        EXPECT_LE(rows, 64);
+        EXPECT_GE(rows, 38);
+    }
+    EXPECT_EQ(at + 1, table.size());  // one line after lead
+    EXPECT_EQ(std::tuple(published, added, edges), std::tuple(3859, 1334, 364));
+    EXPECT_EQ(checksum, 0x937252305ec1948au);
+}
+
+TEST(Tables, DensitiesCanBeToldApart)
+{
+    std::map<int, std::set<std::string>> seen;
+    int count = 0, last = 0;
+    for (const std::string& line : lines("dichte.dat")) {
+        const int z = std::atoi(line.substr(0, 8).c_str());
+        if (z == 0) continue;
+        ++count;
+        EXPECT_TRUE(z == last || z == last + 1) << line;
+        last = z;
+        EXPECT_TRUE(seen[z].insert(columns(line, 9, 18)).second) << line;
+        EXPECT_LE(line.size(), 74u);
+        const double density = std::stod(columns(line, 39, 80));
+        EXPECT_TRUE(density > 0.08 && density < 22.7) << line;
+    }
+    EXPECT_EQ(std::pair(count, last), std::pair(136, 82));
+}
+
+TEST(HelpFile, HasEveryKeyAndLink)
+{
+    std::set<std::string> keys, reached;
+    std::map<std::string, std::vector<std::string>> links;
+    std::string key;
+    for (const std::string& line : lines("attenuation.help")) {
+        EXPECT_LE(line.size(), 79u) << line;
+        EXPECT_TRUE(std::all_of(line.begin(), line.end(), [](char c) { return c >= ' ' && c < 127; }));
+        if (!line.starts_with("/")) continue;
+        if (line[1] == '#' || line[1] == '>') links[key].push_back(line.substr(2));
+        else EXPECT_TRUE(keys.insert(key = line.substr(1)).second) << line;
+    }
+    // The keys that the program asks for; the first ones stand in its source.
+    std::vector<std::string> next{"tano/script/alteration", "back/energy", "back/density",
+                                  "back/mgcm2", "back/element", "back/compound"};
+    const std::string source = filecontent(std::string(DATA_DIR) + "/../calc/attenuation.cpp");
+    for (std::size_t at = 0; (at = source.find("\"read/", at)) != std::string::npos;) {
+        const std::size_t end = source.find('"', at + 1);
+        next.push_back(source.substr(at + 1, end - at - 1));
+        at = end;
+    }
+    EXPECT_GT(next.size(), 20u);
+    for (int level = 0; level <= 4; ++level) {
+        std::vector<std::string> found;
+        for (const std::string& k : next) {
+            if (k.starts_with("more ")) {
+                const std::string name = "/dvifiles/" + k.substr(5) + "/" + k.substr(5);
+                EXPECT_TRUE(std::filesystem::exists(DATA_DIR + name + ".dvi"));
+            } else if (k.starts_with("details ")) {
+                EXPECT_TRUE(std::filesystem::exists(DATA_DIR + k.substr(k.rfind('/'))));
+            } else {
+                EXPECT_TRUE(keys.count(k)) << k;
+                if (reached.insert(k).second) {
+                    found.insert(found.end(), links[k].begin(), links[k].end());
+                }
+            }
+        }
+        next = found;
+    }
+    EXPECT_EQ(keys, reached);  // no entry is out of reach
+}
