@@ -12,7 +12,7 @@
 
 namespace {
 
-bool ended = false;                 // standard input
+bool ended = false;                 // standard input, at the last read
 std::FILE* scriptstream = nullptr;  // channel 10
 
 const text<132> blank132;
@@ -89,24 +89,42 @@ void flushoutput()
 
 void connectscript(std::FILE* stream) { scriptstream = stream; }
 
-int inputbyte()
+namespace {
+
+// Reads one byte; -1 at the end of input.
+int readbyte()
 {
-    flushoutput();
     unsigned char c = 0;
     for (;;) {
         const ssize_t count = read(STDIN_FILENO, &c, 1);
         if (count == 1) return c;
-        if (count == 0 || (errno != EINTR && errno != EAGAIN)) break;
+        if (count == 0 || (errno != EINTR && errno != EAGAIN)) return -1;
         pollfd ready{STDIN_FILENO, POLLIN, 0};  // another program may have left it non-blocking
         if (errno == EAGAIN) poll(&ready, 1, -1);
     }
-    ended = true;
-    return -1;
+}
+
+int heldbyte = -1;  // read while looking behind a carriage return
+
+}  // namespace
+
+int inputbyte()
+{
+    flushoutput();
+    int c = heldbyte >= 0 ? heldbyte : readbyte();
+    heldbyte = -1;
+    if (c == '\r' && !isatty(STDIN_FILENO)) {
+        const int next = readbyte();
+        if (next == '\n') c = next;
+        else heldbyte = next;
+    }
+    ended = c < 0;
+    return c;
 }
 
 bool inputended() { return ended; }
 
-void noteinputend() { ended = true; }
+void noteinputend(bool end) { ended = end; }
 
 bool readrecord(int unit, char* to, int n)
 {

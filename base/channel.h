@@ -26,12 +26,14 @@ void flushoutput();
 /// The caller keeps the stream and closes it.
 void connectscript(std::FILE* stream);
 
-/// One byte of standard input, 0..255, or -1 at its end. Writes out the output first.
+/// One byte of standard input, 0..255, or -1 at its end. Writes out the output first. In input from
+/// a file or a pipe a carriage return and line feed count as one line feed.
 int inputbyte();
 
-/// True once standard input has ended; `noteinputend` says so for a reader of its own.
+/// True if the last read of standard input met its end. `noteinputend` says so for a reader of its
+/// own, such as the line editor.
 bool inputended();
-void noteinputend();
+void noteinputend(bool end);
 
 /// Reads the next line of a channel into columns 1..n of `to`, cut or blank-padded; the rest of a
 /// longer line is dropped, and so is a carriage return at its end. False at the end of the channel.

@@ -207,8 +207,8 @@ void attenuation(float energy, float& atc)
     }
     parabel(ns, xs, ys, x, atc);
     if (!std::isfinite(atc)) {
-        stop("%s: line %ld: no parabola through the rows of %.*s around %.7g keV", coefficienttable,
-             coefficients.lineno, blockname.length(), blockname.ch, double{energy});
+        stop("%s: no parabola through the rows of %.*s around %.7g keV", coefficienttable,
+             blockname.length(), blockname.ch, double{energy});
     }
 }
 
@@ -225,7 +225,7 @@ double fourpoints(const dim<double, 1, 4>& xs, const dim<double, 1, 4>& ys, doub
     const double a = (h13 * f1 + h43 * f4 - (h43 * x4 + h13 * x1) * f3 / x3) /
                      (h13 * h13 + h43 * h43);
     const double b = f3 / x3 - a * x3;
-    return b * u + a * u * u + ys(2);
+    return b * u + a * (u * u) + ys(2);
 }
 
 // Through all three points. The matrix and its determinant are held in 32 bits, each computed in 64
@@ -251,7 +251,7 @@ double threepoints(const dim<double, 1, 4>& xs, const dim<double, 1, 4>& ys, dou
         for (int k = 1; k <= 3; ++k) c(j) += cofactor(k, j) / double{det} * ys(k);
     }
     const double u = 1000.0 * us;
-    return c(1) * u * u + c(2) * u + c(3);
+    return c(1) * (u * u) + c(2) * u + c(3);
 }
 
 }  // namespace
@@ -616,6 +616,10 @@ void elementpath(sample& s, const text<12>& name, const absorber& chosen)
     nextline(element);
     text<8> number(element(4, 11));
     c8toi(number, s.nz);
+    if (s.nz < 1) {
+        stop("%s: line %ld: no atomic number of %.*s", coefficienttable, coefficients.lineno,
+             blockname.length(), blockname.ch);
+    }
     s.iread = 1;
     s.density = elementdensity(s.nz);
     attenuation(energy, s.atc);

@@ -47,7 +47,7 @@ struct menu {
     bool iquit = false;  // an entry begins with "q", which then does not cancel
 
     std::int32_t le = 0;  // length of the text to search for
-    int ikey = 0;         // 1: a step forward, -1: back, 0: search
+    int ikey = 0;         // 1: a step forward, -1: back, 0: search, -2: nowhere
     int jjq = 0;          // entry at the cursor, 0 for none
     int jq = 0;           // highlighted entry, 0 for none
     text<132> ch132{};    // the answer
@@ -77,10 +77,10 @@ void cut(text<n>& field)
 void drawtitle(menu& m)
 {
     text<132> line(dashes(132));
-    if (!m.cheader.blank()) cut(m.cheader);
-    text<140> title(m.cheader(1, 130));
-    int l = title.length();
-    if (l > 0) {
+    if (!m.cheader.blank()) {
+        cut(m.cheader);
+        text<140> title(m.cheader(1, 130));
+        int l = title.length();
         if (!m.cheader.contains("information")) {
             title.put(l + 1, l + 10, " (help:he)");
             l += 10;
@@ -100,11 +100,9 @@ int measureentries(menu& m)
 {
     int laengez = 0;
     for (int k = 1; k <= m.lq; ++k) {
-        scrd.ld(k) = 0;
-        if (!scrd.ext(k).blank()) {
-            cut(scrd.ext(k));
-            scrd.ld(k) = scrd.ext(k).length();
-        }
+        text<16> ext = scrd.ext(k);
+        cut(ext);
+        scrd.ld(k) = ext.length();
         cut(scrd.queryar(k));
         scrd.lw(k) = scrd.queryar(k).length();
         if (scrd.queryar(k)(1) == 'q') m.iquit = true;
@@ -326,7 +324,7 @@ void readkey(menu& m)
     if (inputended()) stop("end of input at the menu \"%.*s\"", m.cheader.length(), m.cheader.ch);
     m.ikey = 0;
     if (code < 0) {
-        m.ikey = code == -65 || code == -68 ? -1 : code == -66 || code == -67 ? 1 : code;
+        m.ikey = code == -65 || code == -68 ? -1 : code == -66 || code == -67 ? 1 : -2;
         m.ch132 = "shift";
         writerecord(nwr, {" "});
     } else if (code == 64) {
@@ -430,18 +428,19 @@ void showhelp(menu& m)
     m.chdf = m.chin80;
 }
 
-// Takes the choice from the script file: its lines are echoed up to the separator with the number.
+// Takes the choice from the script file: its lines are echoed up to the separator, which begins with
+// the number. A title recorded once more after a help text looks like one, but for the number.
 void replay(menu& m)
 {
+    const auto isdigit = [](char c) { return c >= '0' && c <= '9'; };
     text<132> ch132;
-    while (ch132(3, 5) != "---") {
+    while (ch132(3, 5) != "---" || !isdigit(ch132(1))) {
         if (!readrecord(nscript, ch132)) stop("script file: ends within a menu");
         writerecord(nwr, {escape::normal, ch132(1, std::clamp(term.ncol(1), 0, 132))});
         ++m.iwrl;
     }
-    const auto digit = [](char c) { return c >= '0' && c <= '9' ? c - '0' : 1000; };
-    m.lq = digit(ch132(1));
-    if (ch132(2) != '-') m.lq = 10 * m.lq + digit(ch132(2));
+    m.lq = ch132(1) - '0';
+    if (isdigit(ch132(2))) m.lq = 10 * m.lq + (ch132(2) - '0');
     if (m.lq > m.lqin) stop("script file: no such entry in the menu: \"%.5s\"", ch132.ch);
     if (m.lq > 0) m.chdf = text<80>(scrd.queryar(m.lq).all());
 }
@@ -686,7 +685,8 @@ bool openlevel(display& d)
     l.count = 0;
     l.chosen = "return";
     for (bool more = true; more && d.line.begins("/#"); more = d.file.next(d.line)) {
-        if (l.count < 32) l.entry(++l.count) = text<80>(d.line(3, 80));
+        if (l.count == 32) continue;
+        l.entry(++l.count) = text<80>(d.line(3, 80));
         settarget(d);
     }
     return true;
@@ -722,7 +722,8 @@ bool chooserelated(display& d, text<80>& entry)
         chdf(80) = '#';
         query(lq, lk, cheader, chdf);
         if (lq > 1) {
-            d.levels(d.depth).chosen = scrd.queryar(lq)(1, 79);
+            // A blank default would only draw the menu.
+            if (!listed(lq).blank()) d.levels(d.depth).chosen = scrd.queryar(lq)(1, 79);
             entry = listed(lq);
             return true;
         }
@@ -823,9 +824,9 @@ void helproutine(const text<132>& chcom, const text<132>& helpfile)
     // related entries may be long, and help may be asked for inside it.
     const auto queryar = scrd.queryar;
     const auto ext = scrd.ext;
-    if (walk(d) == walkend::toodeep) return;  // the caller's entries are lost then, as ever
-    scrd.queryar = queryar;
+    const walkend end = walk(d);
     scrd.ext = ext;
+    if (end == walkend::left) scrd.queryar = queryar;  // else they are lost, as ever
 }
 
 void help(const text<132>& chin)

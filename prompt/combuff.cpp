@@ -3,6 +3,7 @@
 
 #include <cfloat>
 #include <cmath>
+#include <cstring>
 
 #include "base/channel.h"
 #include "help/comhelp.h"
@@ -45,13 +46,13 @@ void nextchar(const text<132>& chl, std::int32_t& il, std::int32_t& ip, text<132
 {
     const auto separator = [](char c) { return c == ' ' || c == ','; };
     if (il > 130) il = 130;
-    if (il < 0) il = 0;
+    const int end = il > 0 ? il : 0;
     int npl = 131;
-    while (npl > il && chl(npl) == ' ') --npl;
+    while (npl > end && chl(npl) == ' ') --npl;
     ++npl;  // the first blank behind the text
 
-    ip = il + 1;
-    if (il >= 1) {
+    ip = end + 1;
+    if (end >= 1) {
         while (ip < npl && !separator(chl(ip))) ++ip;
     }
     while (ip < npl && separator(chl(ip))) ++ip;
@@ -433,13 +434,14 @@ struct question {
     void restore() { querytype.put(1, ld, querystore(1, ld)); }
 };
 
-// Takes the script mode out of the caller's field; `width` cuts the question at the terminal.
-question openquestion(text<132>& querytype, std::int32_t width)
+// Takes the script mode out of the caller's field and cuts the question at the terminal width.
+question openquestion(text<132>& querytype, std::int32_t ncol)
 {
-    const char wrb = querytype(132);
+    question q{querytype, querytype(132), ncol, text<132>()};
     querytype(132) = ' ';
-    stringend(querytype, width);
-    return {querytype, wrb, width, text<132>(querytype(1, width))};
+    stringend(querytype, q.ld);
+    q.querystore = text<132>(querytype(1, q.ld));
+    return q;
 }
 
 // Puts the cursor at the start of the line `lines` - 1 above, where the next output overwrites.
@@ -623,24 +625,27 @@ void askvalue(text<132>& querytype, text<7>& form, float& value, text<132>& chco
 
 namespace {
 
-// An answer line as the line editor gives it; stops at the end of input.
-text<132> editedline(const question& q)
+void remember(std::string_view line)
+{
+    char s[133]{};
+    if (!line.empty()) std::memcpy(s, line.data(), line.size() < 132 ? line.size() : 132);
+    addhist(s);
+}
+
+// An answer line as the line editor gives it, kept in its history unless it is empty; stops at the
+// end of input.
+text<132> editedline(const question& q, std::int32_t nwr)
 {
     dim<std::int32_t, 1, 132> k;
     const int count = readaline(k, ">");
-    if (inputended()) stopatquestion(q);
+    if (inputended()) {
+        writerecord(nwr, {""});  // the cursor stands behind the ">"
+        stopatquestion(q);
+    }
     text<132> ch132;
     for (int i = 1; i <= count; ++i) ch132(i) = static_cast<char>(k(i));
+    if (count > 0) remember(ch132(1, count));
     return ch132;
-}
-
-void remember(std::string_view line)
-{
-    dim<char, 1, 133> s;
-    for (int i = 1; i <= static_cast<int>(line.size()); ++i) {
-        s(i) = line[static_cast<std::size_t>(i - 1)];
-    }
-    addhist(s.item);
 }
 
 // The default that is accepted by an empty answer: its text, at most 80 characters, at least one.
@@ -661,11 +666,11 @@ struct storedtext {
 // after a help text holds 80 characters.
 question openwholequestion(text<132>& querytype)
 {
+    question q{querytype, querytype(132), 0, text<132>()};
+    querytype(132) = ' ';
     text<132> moved = querytype;
-    std::int32_t ld = 0;
-    stringlength(moved, ld);
-    question q = openquestion(querytype, ld);
-    q.querystore = text<132>(q.querystore(1, 80));
+    stringlength(moved, q.ld);
+    q.querystore = text<132>(querytype(1, q.ld < 80 ? q.ld : 80));
     return q;
 }
 
@@ -695,8 +700,7 @@ void askstring(text<132>& querytype, text<132>& chstr, text<132>& chcom, std::in
     for (;;) {
         writerecord(nwr, {q.prefix(), q.shown(), " [", stored.view(), "]"});
         remember(stored.view());  // the up-arrow key brings the default back for editing
-        ch132 = editedline(q);
-        if (!ch132.blank()) remember(ch132.trimmed());
+        ch132 = editedline(q, nwr);
         cursorup(nwr, escape::up2);
         text<132> lower = ch132;
         lc_character(lower);

@@ -7,7 +7,6 @@
 #include <unctrl.h>
 #include <unistd.h>
 
-#include <cctype>
 #include <cerrno>
 #include <csignal>
 #include <cstddef>
@@ -70,6 +69,7 @@ volatile std::sig_atomic_t keymode = 0;  // 1 while they have to be put back
 constexpr int endings[] = {SIGINT, SIGQUIT, SIGTERM, SIGHUP, SIGTSTP};
 constexpr int nending = sizeof endings / sizeof endings[0];
 struct sigaction found[nending];
+bool caught = false;  // `found` is to be put back
 
 void entersettings()
 {
@@ -122,6 +122,8 @@ extern "C" void giveback(int signal)
 
 void catchendings()
 {
+    if (caught) return;
+    caught = true;
     struct sigaction action{};
     action.sa_handler = giveback;
     action.sa_flags = SA_RESTART;  // a key is still awaited after a stop
@@ -147,7 +149,8 @@ void set_keypress()
 
 void reset_keypress()
 {
-    if (!isatty(STDIN_FILENO)) return;
+    if (!caught) return;
+    caught = false;
     const sigset_t all = endingset();
     sigset_t before;
     sigprocmask(SIG_BLOCK, &all, &before);
@@ -164,7 +167,8 @@ int keycode(int c)
     if (c < 0) return -1;
     const char first = c == '\n' ? '@' : *unctrl(static_cast<chtype>(c));
     if (first == '@') return '@';
-    if (!std::iscntrl(c)) return c;
+    const bool control = c < 32 || c == 127;  // as in the C locale, whichever is in force
+    if (!control) return c;
     inputbyte();  // the "[" of a cursor key
     const int third = inputbyte();
     return third < 0 ? -1 : -third;

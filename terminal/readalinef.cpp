@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "terminal/readalinef.h"
 
+#include <unistd.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -14,6 +16,9 @@ namespace {
 
 char* nothing(const char*, int) { return nullptr; }
 
+// Bytes from a file or a pipe, as everything else that reads them gets them.
+int nextbyte(std::FILE*) { return inputbyte(); }
+
 // The line editor's settings, after those of the user: a paste of several answers must not be taken
 // as one, in no locale are letters beyond ASCII commands, and a TAB in a formula must not list files.
 void prepareediting()
@@ -24,6 +29,7 @@ void prepareediting()
     rl_variable_bind("convert-meta", "off");
     rl_variable_bind("output-meta", "on");
     rl_completion_entry_function = nothing;
+    rl_getc_function = isatty(STDIN_FILENO) ? rl_getc : nextbyte;
 }
 
 }  // namespace
@@ -33,10 +39,8 @@ int readaline(dim<std::int32_t, 1, 132>& k, const char* prompt)
     flushoutput();
     prepareediting();
     char* const line = readline(prompt);
-    if (line == nullptr) {
-        noteinputend();
-        return 0;
-    }
+    noteinputend(line == nullptr);
+    if (line == nullptr) return 0;
     int count = 0;
     for (; line[count] != '\0' && count < 132; ++count) {
         k(count + 1) = static_cast<signed char>(line[count]);

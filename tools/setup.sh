@@ -9,8 +9,8 @@
 builddir=${root:?}/build
 log=$builddir/log
 
-# What is needed: how to tell that it is there (a command, or a module of pkg-config), and the
-# Debian package that brings it.
+# What is needed: how to tell that it is there (a command, a module of pkg-config, or a library of
+# clang's runtime), and the Debian package that brings it.
 for_program=(
     "command c++         g++"
     "command cmake       cmake"
@@ -24,6 +24,11 @@ for_tests=(
     "module vterm        libvterm-dev"
 )
 
+for_fuzzing=(
+    "command clang++     clang"
+    "runtime fuzzer      libclang-rt-14-dev"
+)
+
 say() { printf 'attenuation: %s\n' "$*" >&2; }
 
 # Prints the packages of those needs that are not met, each behind a blank.
@@ -34,6 +39,7 @@ missing() {
         case $kind in
             command) command -v "$name" >/dev/null ;;
             module) pkg-config --exists "$name" 2>/dev/null ;;
+            runtime) compgen -G "/usr/lib/llvm-*/lib/clang/*/lib/linux/libclang_rt.$name-*.a" >/dev/null ;;
         esac || printf ' %s' "$package"
     done
 }
