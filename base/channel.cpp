@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -75,14 +76,53 @@ void openchannels()
     if (fcntl(STDERR_FILENO, F_GETFD) < 0) open("/dev/null", O_WRONLY);
     if (fcntl(STDOUT_FILENO, F_GETFD) < 0) stop("standard output is closed");
     if (fcntl(STDIN_FILENO, F_GETFD) < 0) open("/dev/null", O_RDONLY);
-    static char collected[4096];
-    std::setvbuf(stdout, collected, _IOFBF, sizeof collected);
-    std::setvbuf(stdin, nullptr, _IONBF, 0);  // line editing takes its bytes from this stream
+}
+
+namespace {
+
+char collected[4096];  // output not yet written
+std::size_t ncollected = 0;
+
+// Waits until a stream that another program has left non-blocking is ready.
+void await(int fd, short event)
+{
+    pollfd ready{fd, event, 0};
+    poll(&ready, 1, -1);
+}
+
+void collect(std::string_view part)
+{
+    if (part.empty()) return;
+    while (part.size() > sizeof collected - ncollected) {
+        const std::size_t count = sizeof collected - ncollected;
+        std::memcpy(collected + ncollected, part.data(), count);
+        ncollected += count;
+        flushoutput();
+        part.remove_prefix(count);
+    }
+    std::memcpy(collected + ncollected, part.data(), part.size());
+    ncollected += part.size();
+}
+
+}  // namespace
+
+bool writeout()
+{
+    std::size_t written = 0;
+    while (written < ncollected) {
+        const ssize_t count = write(STDOUT_FILENO, collected + written, ncollected - written);
+        if (count > 0) written += static_cast<std::size_t>(count);
+        else if (errno == EAGAIN) await(STDOUT_FILENO, POLLOUT);
+        else if (errno != EINTR) break;
+    }
+    const bool all = written == ncollected;
+    ncollected = 0;
+    return all;
 }
 
 void flushoutput()
 {
-    if (std::fflush(stdout) == 0 && !std::ferror(stdout)) return;
+    if (ncollected == 0 || writeout()) return;
     if (errno == EPIPE) std::_Exit(EXIT_FAILURE);  // the reader has gone: nobody to tell
     stop("standard output cannot be written: %s", std::strerror(errno));
 }
@@ -99,8 +139,7 @@ int readbyte()
         const ssize_t count = read(STDIN_FILENO, &c, 1);
         if (count == 1) return c;
         if (count == 0 || (errno != EINTR && errno != EAGAIN)) return -1;
-        pollfd ready{STDIN_FILENO, POLLIN, 0};  // another program may have left it non-blocking
-        if (errno == EAGAIN) poll(&ready, 1, -1);
+        if (errno == EAGAIN) await(STDIN_FILENO, POLLIN);
     }
 }
 
@@ -132,11 +171,16 @@ bool readrecord(int unit, char* to, int n)
     return readline(inputbyte, to, n);
 }
 
+void writepart(int unit, std::string_view part)
+{
+    if (unit == nscript) std::fwrite(part.data(), 1, part.size(), script());
+    else collect(part);
+}
+
 void writerecord(int unit, std::initializer_list<std::string_view> parts)
 {
-    std::FILE* to = unit == nscript ? script() : stdout;
-    for (const std::string_view& part : parts) std::fwrite(part.data(), 1, part.size(), to);
-    std::putc('\n', to);
+    for (const std::string_view part : parts) writepart(unit, part);
+    writepart(unit, "\n");
 }
 
 std::string_view blanks(int n) { return repeated(blank132, n); }
@@ -147,7 +191,6 @@ bool infile::open(const char* filename)
 {
     close();
     name = filename;
-    lineno = 0;
     // Without waiting for a writer if the name turns out to be a named pipe.
     fd = ::open(filename, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (fd < 0) return false;
@@ -167,19 +210,19 @@ void infile::close()
 {
     if (fd >= 0) ::close(fd);
     fd = -1;
-    at = filled = 0;
+    start = at = filled = 0;
 }
 
 void infile::rewind()
 {
     if (fd >= 0) lseek(fd, 0, SEEK_SET);
-    at = filled = 0;
-    lineno = 0;
+    start = at = filled = 0;
 }
 
 // Reads the next block. False at the end of the file; a read error ends the file too.
 bool infile::fill()
 {
+    start += filled;
     at = filled = 0;
     if (fd < 0) return false;
     ssize_t count = 0;
@@ -197,7 +240,6 @@ bool infile::next(char* to, int n)
         line.finish();
         return false;
     }
-    ++lineno;
     do {
         const char* from = block + at;
         const void* end = std::memchr(from, '\n', static_cast<std::size_t>(filled - at));
@@ -211,4 +253,48 @@ bool infile::next(char* to, int n)
     } while (fill());
     line.finish();
     return true;
+}
+
+// Looks for the line among those that lie whole in the block before `end`, and goes on behind the
+// name if it is there, else to `end`.
+bool infile::findline(std::string_view wanted, int end)
+{
+    // Numbers are full of "E" and "D"; a name that begins so is looked for by its second letter.
+    const int letter = wanted.size() > 1 && (wanted[0] == 'E' || wanted[0] == 'D') ? 1 : 0;
+    const int length = static_cast<int>(wanted.size());
+    for (int i = at; i < end; ++i) {
+        const void* hit = std::memchr(block + i, wanted[static_cast<std::size_t>(letter)],
+                                      static_cast<std::size_t>(end - i));
+        if (hit == nullptr) break;
+        i = static_cast<int>(static_cast<const char*>(hit) - block);
+        const int first = i - letter - 1;  // where the line would begin
+        const bool begins = first == at || (first > at && block[first - 1] == '\n');
+        if (!begins || first + 1 + length > end) continue;
+        if (std::string_view(block + first + 1, wanted.size()) != wanted) continue;
+        at = first + 1 + length;
+        return true;
+    }
+    at = end;
+    return false;
+}
+
+bool infile::nextwith(std::string_view wanted)
+{
+    if (wanted.empty()) return next(nullptr, 0);
+    while (at < filled || fill()) {
+        const void* last = memrchr(block + at, '\n', static_cast<std::size_t>(filled - at));
+        const int end = last ? static_cast<int>(static_cast<const char*>(last) - block) + 1 : at;
+        if (findline(wanted, end)) return next(nullptr, 0);
+        text<132> line;  // goes on in the next block
+        if (at < filled && next(line) && line.all().substr(1).starts_with(wanted)) return true;
+    }
+    return false;
+}
+
+long infile::lineno() const
+{
+    long lines = 0, place = 0;
+    char c = '\n';
+    for (; place < start + at && pread(fd, &c, 1, place) == 1; ++place) lines += c == '\n';
+    return lines + (c != '\n');
 }

@@ -15,12 +15,15 @@
 
 constexpr int nscript = 10;  // channel of the script file
 
-/// Checks the three standard streams and sets up standard output. Call once, first of all.
-/// A closed standard input reads as ended; a closed standard output ends the program.
+/// Checks the three standard streams. Call once, first of all. A closed standard input reads as
+/// ended; a closed standard output ends the program.
 void openchannels();
 
 /// Writes out all collected output; ends the program if standard output cannot take it.
 void flushoutput();
+
+/// The same, but false in place of an end, with the reason in `errno`.
+bool writeout();
 
 /// Connects the script file: a stream open for reading, writing or both; nullptr disconnects.
 /// The caller keeps the stream and closes it.
@@ -45,6 +48,9 @@ bool readrecord(int unit, text<n>& record)
     return readrecord(unit, record.ch, n);
 }
 
+/// Writes a part of a line to a channel.
+void writepart(int unit, std::string_view part);
+
 /// Writes one line: the parts side by side and a line break.
 void writerecord(int unit, std::initializer_list<std::string_view> parts);
 
@@ -55,7 +61,6 @@ std::string_view dashes(int n);
 /// A data file, read line by line in one pass. The file is closed at the end of this value's life.
 struct infile {
     const char* name = "";
-    long lineno = 0;  // number of the line read last, from 1
 
     infile() = default;
     infile(const infile&) = delete;
@@ -84,10 +89,19 @@ struct infile {
         return next(record.ch, n);
     }
 
+    /// Reads on up to a line whose columns 2 on are `wanted`, as calls of `next` would, but without
+    /// a look at every line. False at the end of the file.
+    bool nextwith(std::string_view wanted);
+
+    /// Number of the line read last, from 1; counted in the file anew, for messages.
+    long lineno() const;
+
 private:
     int fd = -1;
+    long start = 0;          // place of the block in the file
     int at = 0, filled = 0;  // next byte of the block, and its end
-    char block[16384];
+    char block[32768];
 
     bool fill();
+    bool findline(std::string_view wanted, int end);
 };

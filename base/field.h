@@ -59,6 +59,7 @@ struct text {
     int length() const
     {
         int k = n;
+        while (k >= 8 && std::memcmp(ch + k - 8, "        ", 8) == 0) k -= 8;
         while (k > 0 && ch[k - 1] == ' ') --k;
         return k;
     }

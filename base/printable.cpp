@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "base/printable.h"
 
+#include <algorithm>
+#include <cstring>
+
 namespace {
 
 // How many bytes of 128 and above may follow this lead byte of a UTF-8 letter. The lead byte 0xC2
@@ -18,6 +21,11 @@ int followers(unsigned char lead, unsigned char next)
 
 int makeprintable(std::string_view from, char* to, std::size_t room)
 {
+    const auto visible = [](char c) { return c >= ' ' && c <= '~'; };
+    if (from.size() <= room && std::all_of(from.begin(), from.end(), visible)) {
+        if (!from.empty()) std::memcpy(to, from.data(), from.size());
+        return static_cast<int>(from.size());
+    }
     std::size_t count = 0;
     int letter = 0;  // bytes of a UTF-8 letter still to come
     for (std::size_t i = 0; i < from.size(); ++i) {

@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "base/channel.h"
 #include "base/printable.h"
 
 void stop(const char* format, ...)
@@ -16,7 +17,7 @@ void stop(const char* format, ...)
     std::vsnprintf(message, sizeof message, format, values);
     va_end(values);
 
-    std::fflush(stdout);
+    writeout();
     const printable<sizeof message * 2> shown{std::string_view(message)};
     std::fprintf(stderr, "attenuation: %.*s\n", shown.length, shown.ch);
     std::exit(EXIT_FAILURE);

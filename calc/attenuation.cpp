@@ -6,6 +6,7 @@
 #include <cstdlib>
 
 #include "base/printable.h"
+#include "base/tens.h"
 #include "help/comhelp.h"
 #include "prompt/combuff.h"
 #include "terminal/key.h"
@@ -31,12 +32,8 @@ void findblock(const text<12>& name, int length)
 {
     coefficients.opentable(coefficienttable);
     blockname = text<16>(name.all());
-    text<16> element;
-    do {
-        if (!coefficients.next(element)) {
-            stop("%s: no block for the element \"%.*s\"", coefficienttable, length, name.ch);
-        }
-    } while (element(2, length + 1) != name(1, length));
+    if (coefficients.nextwith(name(1, length))) return;
+    stop("%s: no block for the element \"%.*s\"", coefficienttable, length, name.ch);
 }
 
 namespace {
@@ -46,18 +43,15 @@ struct tablerows {
     int n = 0;
     dim<double, 1, 64> xi;  // energy, MeV
     dim<double, 1, 64> yi;  // mu/rho, cm2/g
-    dim<double, 1, 64> zi;  // mu_en/rho, cm2/g; read with the row, but not used
 };
 
 // digits x 10^exponent, rounded once. Up to 10^22 both factors are exact, so that one
 // multiplication or division does it.
-double scaled(std::int64_t digits, int exponent)
+inline double scaled(std::int64_t digits, int exponent)
 {
-    static const double powers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
-                                    1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
-                                    1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
-    if (exponent >= 0 && exponent <= 22) return static_cast<double>(digits) * powers[exponent];
-    if (exponent < 0 && exponent >= -22) return static_cast<double>(digits) / powers[-exponent];
+    const auto value = static_cast<double>(digits);
+    if (exponent >= 0 && exponent <= exacttens) return value * tens[exponent];
+    if (exponent < 0 && exponent >= -exacttens) return value / tens[-exponent];
     char number[48];
     std::snprintf(number, sizeof number, "%llde%d", static_cast<long long>(digits), exponent);
     return std::strtod(number, nullptr);
@@ -65,67 +59,81 @@ double scaled(std::int64_t digits, int exponent)
 
 bool isdigit(char c) { return c >= '0' && c <= '9'; }
 
-// One number on its way out of a table field, from the front.
-struct fieldscan {
-    std::string_view rest;
+// Takes the digits at the front of a field, at most 11, into `value` and returns their count.
+int takedigits(const char*& p, const char* end, std::int64_t& value)
+{
+    const char* const first = p;
+    for (; p < end && isdigit(*p); ++p) value = 10 * value + (*p - '0');
+    return static_cast<int>(p - first);
+}
 
-    bool take(char c)
-    {
-        if (rest.empty() || rest.front() != c) return false;
-        rest.remove_prefix(1);
-        return true;
-    }
-    bool takesign()
-    {
-        const bool minus = take('-');
-        if (!minus) take('+');
-        return minus;
-    }
-    // Appends digits to `value` and returns their count. A field has at most 11 of them.
-    int takedigits(std::int64_t& value)
-    {
-        int count = 0;
-        for (; !rest.empty() && isdigit(rest.front()); ++count) {
-            value = 10 * value + (rest.front() - '0');
-            rest.remove_prefix(1);
-        }
-        return count;
-    }
-};
+// Takes a sign, if there is one. True for a minus.
+bool takesign(const char*& p, const char* end)
+{
+    return p < end && (*p == '-' || *p == '+') && *p++ == '-';
+}
 
 // Reads a number that stands in a field of fixed columns: blanks around it do not matter, a blank
 // field is 0, a point left out stands before the last `decimals` digits, the exponent has the letter
 // E or D. False for anything else.
 bool readfield(std::string_view field, int decimals, double& value)
 {
-    fieldscan s{field};
-    while (s.take(' ')) {}
-    while (s.rest.ends_with(' ')) s.rest.remove_suffix(1);
+    const char *p = field.data(), *end = p + field.size();
+    while (p < end && *p == ' ') ++p;
+    while (p < end && end[-1] == ' ') --end;
     value = 0.0;
-    if (s.rest.empty()) return true;
+    if (p == end) return true;
 
-    const bool minus = s.takesign();
+    const bool minus = takesign(p, end);
     std::int64_t digits = 0, exponent = 0;
-    int count = s.takedigits(digits);
-    if (s.take('.')) {
-        decimals = s.takedigits(digits);
+    int count = takedigits(p, end, digits);
+    if (p < end && *p == '.') {
+        decimals = takedigits(++p, end, digits);
         count += decimals;
     }
     if (count == 0) return false;
-    if (s.take('E') || s.take('e') || s.take('D') || s.take('d')) {
-        const bool down = s.takesign();
-        if (s.takedigits(exponent) == 0 || exponent > 9999) return false;
+    if (p < end && (*p == 'E' || *p == 'e' || *p == 'D' || *p == 'd')) {
+        const bool down = takesign(++p, end);
+        if (takedigits(p, end, exponent) == 0 || exponent > 9999) return false;
         if (down) exponent = -exponent;
     }
-    if (!s.rest.empty()) return false;
+    if (p < end) return false;
     value = scaled(minus ? -digits : digits, static_cast<int>(exponent) - decimals);
     return std::isfinite(value);
 }
 
-bool readrow(const text<36>& line, double& x, double& y, double& z)
+// The same for the form in which the table is printed, such as 1.00000E-03, which takes much less
+// time. False for any other form.
+template <int decimals>
+[[gnu::always_inline]] inline bool readprinted(std::string_view field, double& value)
 {
-    return readfield(line(4, 14), 5, x) && readfield(line(17, 25), 3, y) &&
-           readfield(line(28, 36), 3, z);
+    const char* p = field.data();
+    bool fits = p[1] == '.' && p[decimals + 2] == 'E' && (p[decimals + 3] == '-' || p[decimals + 3] == '+');
+    const auto digit = [&fits](char c) {
+        const auto d = static_cast<unsigned>(c - '0');
+        fits = fits && d <= 9;
+        return d;
+    };
+    std::int64_t digits = digit(p[0]);
+    for (int i = 0; i < decimals; ++i) digits = 10 * digits + digit(p[2 + i]);
+    const int exponent = static_cast<int>(10 * digit(p[decimals + 4]) + digit(p[decimals + 5]));
+    if (!fits) return false;
+    value = scaled(digits, (p[decimals + 3] == '-' ? -exponent : exponent) - decimals);
+    return true;
+}
+
+template <int decimals>
+[[gnu::always_inline]] inline bool readcolumns(std::string_view field, double& value)
+{
+    return readprinted<decimals>(field, value) || readfield(field, decimals, value);
+}
+
+// Energy, mu/rho and mu_en/rho; the last must be readable, but is not used.
+bool readrow(const text<36>& line, double& x, double& y)
+{
+    double z = 0.0;
+    return readcolumns<5>(line(4, 14), x) && readcolumns<3>(line(17, 25), y) &&
+           readcolumns<3>(line(28, 36), z);
 }
 
 // A row's energy must be above the one before, or the same at an edge, which has two rows.
@@ -134,7 +142,7 @@ void checkorder(const tablerows& t, int i)
     const double before = i > 1 ? t.xi(i - 1) : 0.0;
     const bool third = i > 2 && t.xi(i - 2) == t.xi(i);
     if (t.xi(i) > 0.0 && t.xi(i) >= before && !third) return;
-    stop("%s: line %ld: the energies of %.*s do not ascend", coefficienttable, coefficients.lineno,
+    stop("%s: line %ld: the energies of %.*s do not ascend", coefficienttable, coefficients.lineno(),
          blockname.length(), blockname.ch);
 }
 
@@ -154,7 +162,7 @@ void readrows(tablerows& t)
     while (t.n < 64) {
         nextline(line);
         const int i = t.n + 1;
-        if (!readrow(line, t.xi(i), t.yi(i), t.zi(i))) break;
+        if (!readrow(line, t.xi(i), t.yi(i))) break;
         checkorder(t, i);
         t.n = i;
     }
@@ -401,7 +409,7 @@ void readmodifications(std::int32_t nz, modifications& found)
     do {
         if (found.n == 64) {
             stop("%s: line %ld: more than 64 lines for atomic number %d", densitytable,
-                 densities.lineno, nz);
+                 densities.lineno(), nz);
         }
         found.line(++found.n) = ch80;
     } while (densities.next(ch80) && atomicnumber(ch80) == nz);
@@ -575,17 +583,39 @@ text<132> asktext(const char* question, const char* offered, const char* help)
     return chin;
 }
 
-// A number in fixed-point form, right-aligned; asterisks where it does not fit.
+// A number in fixed-point form with up to 4 decimals, right-aligned in at most 16 columns; asterisks
+// where it does not fit. Rounded to the nearest, halves to even: the product below is exact, as a
+// 32-bit number and the power of ten have less than 53 bits between them.
 struct fixedpoint {
-    char ch[64];
+    text<16> ch;
     int width;
 
     fixedpoint(float value, int w, int decimals) : width(w)
     {
-        const int length = std::snprintf(ch, sizeof ch, "%*.*f", w, decimals, double{value});
-        if (length > w || !std::isfinite(value)) std::memset(ch, '*', static_cast<std::size_t>(w));
+        if (!write(value, decimals)) ch.put(1, width, "****************");
     }
-    operator std::string_view() const { return {ch, static_cast<std::size_t>(width)}; }
+    operator std::string_view() const { return ch(1, width); }
+
+private:
+    bool write(float value, int decimals)
+    {
+        const double exact = std::fabs(double{value}) * tens[decimals];
+        if (!(exact < 1e15)) return false;
+        auto digits = static_cast<std::int64_t>(exact);
+        const double rest = exact - static_cast<double>(digits);
+        if (rest > 0.5 || (rest == 0.5 && digits % 2 == 1)) ++digits;
+
+        int k = width;
+        for (int n = 0; n <= decimals || digits > 0; ++n, digits /= 10) {
+            if (n == decimals && k > 0) ch(k--) = '.';
+            if (k == 0) return false;
+            ch(k--) = static_cast<char>('0' + digits % 10);
+        }
+        if (!std::signbit(value)) return true;
+        if (k == 0) return false;
+        ch(k) = '-';
+        return true;
+    }
 };
 
 // The widths differ on purpose: 7 for elements, 6 for compounds.
@@ -617,7 +647,7 @@ void elementpath(sample& s, const text<12>& name, const absorber& chosen)
     text<8> number(element(4, 11));
     c8toi(number, s.nz);
     if (s.nz < 1) {
-        stop("%s: line %ld: no atomic number of %.*s", coefficienttable, coefficients.lineno,
+        stop("%s: line %ld: no atomic number of %.*s", coefficienttable, coefficients.lineno(),
              blockname.length(), blockname.ch);
     }
     s.iread = 1;

@@ -217,9 +217,9 @@ struct cell {
     explicit cell(text<132>& field) : type(field) { field = text<132>(); }
     cell& operator<<(std::string_view part)
     {
-        for (char c : part) {
-            if (at < 132) type(++at) = c;
-        }
+        const int end = std::min(at + static_cast<int>(part.size()), 132);
+        type.put(at + 1, end, part);
+        at = end;
         return *this;
     }
 };
@@ -259,14 +259,10 @@ void foreachrow(const menu& m, action each)
 // Writes entries first..last side by side on one line.
 void drawline(int unit, int first, int last)
 {
-    char line[64 * 132];
-    std::size_t used = 0;
     for (int k = first; k <= last; ++k) {
-        const std::string_view part = scrd.type(k)(1, std::clamp(scrd.laenge(k), 0, 132));
-        std::memcpy(line + used, part.data(), part.size());
-        used += part.size();
+        writepart(unit, scrd.type(k)(1, std::clamp(scrd.laenge(k), 0, 132)));
     }
-    writerecord(unit, {{line, used}});
+    writerecord(unit, {});
 }
 
 // How many cells a line of a row takes: the first digit of the count. A row of ten and more entries

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "base/channel.h"
+#include "base/tens.h"
 #include "help/comhelp.h"
 #include "terminal/escape.h"
 #include "terminal/readalinef.h"
@@ -17,13 +18,13 @@ static_assert(FLT_EVAL_METHOD == 0, "32-bit arithmetic must not be carried out i
 void stringlength(text<132>& ch, std::int32_t& il)
 {
     il = 0;
-    int i = 1, k = 131;
-    while (i < 132 && ch(i) == ' ') ++i;
-    while (k >= i && ch(k) == ' ') --k;
-    if (k < i || ch(1) == '\0') return;
+    const text<131> before(ch.all());
+    const int k = before.length();
+    if (k == 0 || ch(1) == '\0') return;
+    int i = 1;
+    while (before(i) == ' ') ++i;
     il = k - i + 1;
-    const text<132> moved(ch(i, k));
-    ch.put(1, il + i, moved(1, il));
+    ch.put(1, k + 1, before(i, k));
 }
 
 void stringend(const text<132>& ch, std::int32_t& il)
@@ -97,8 +98,16 @@ bool isdigit(char c) { return c >= '0' && c <= '9'; }
 
 int digitvalue(char c) { return isdigit(c) ? c - '0' : 0; }
 
-// 10 to a power, rounded once to 32 bits.
-float tenpower(float exponent) { return static_cast<float>(std::pow(10.0, double{exponent})); }
+// 10 to a power, rounded to 32 bits.
+float tenpower(float exponent)
+{
+    const bool small = std::fabs(exponent) <= static_cast<float>(exacttens);
+    const int n = small ? static_cast<int>(exponent) : 0;
+    if (!small || static_cast<float>(n) != exponent) {
+        return static_cast<float>(std::pow(10.0, double{exponent}));
+    }
+    return static_cast<float>(n >= 0 ? tens[n] : 1.0 / tens[-n]);
+}
 
 // The number reader: its state while it walks along the columns of one text.
 struct numberscan {
@@ -156,29 +165,33 @@ struct numberscan {
 
 enum class eletter { exponent, skipped, ordinary };
 
-// What the "e" in column k means. With a point in the digits before it, it announces an exponent;
+// What an "e" means behind these columns. With a point in the digits before it, it announces an exponent;
 // behind digits without one it is passed over, so that " 12e3" reads as 123; behind digits that
 // start the text it is like any other letter, so that "12e3" reads as 12 and 3. All as required.
-eletter meaning(const text<132>& chin, int k)
+eletter meaning(std::string_view before)
 {
-    for (int i = k - 1; i >= 1; --i) {
-        if (chin(i) == '.') return eletter::exponent;
-        if (!isdigit(chin(i))) return eletter::skipped;
+    for (; !before.empty(); before.remove_suffix(1)) {
+        if (before.back() == '.') return eletter::exponent;
+        if (!isdigit(before.back())) return eletter::skipped;
     }
     return eletter::ordinary;
 }
 
 // Takes the character in column k; k steps back when it is to be seen again. False to stop.
-bool scancolumn(numberscan& s, const text<132>& chin, int& k, int nch)
+bool scancolumn(numberscan& s, std::string_view columns, int& k)
 {
-    const char c = chin(k);
+    const char c = columns[static_cast<std::size_t>(k - 1)];
+    if (c == ' ' && !s.nnum && s.pt == 1.0f) {  // no number is being built: most columns
+        s.nex = 0;  // a blank cancels an exponent
+        return true;
+    }
     if (isdigit(c)) {
         s.digit(c);
-        return k < nch || s.store(k);
+        return k < static_cast<int>(columns.size()) || s.store(k);
     }
     if (c == 'e' || c == 'E') {
         if (s.nex == 1) return s.store(k);
-        const eletter e = meaning(chin, k);
+        const eletter e = meaning(columns.substr(0, static_cast<std::size_t>(k - 1)));
         if (e == eletter::skipped) return true;
         if (e == eletter::exponent) {
             s.nex = -1;
@@ -191,22 +204,21 @@ bool scancolumn(numberscan& s, const text<132>& chin, int& k, int nch)
         return true;
     }
     if (c == '-') s.minus(k);
-    if (s.nnum) return s.store(k);
-    if (c == ' ') s.nex = 0;  // a blank cancels an exponent
-    return true;
+    return !s.nnum || s.store(k);
 }
 
 }  // namespace
 
 void trlch(std::int32_t n_ch, const text<132>& chin, std::int32_t& iout, dim<float, 1, 32>& out)
 {
-    const int nch = n_ch < 132 ? n_ch : 132;
+    const int nch = n_ch < 0 ? 0 : n_ch < 132 ? n_ch : 132;
+    const std::string_view columns = chin(1, nch);
     numberscan s;
     for (int k = 1; k <= nch; ++k) {
-        if (!scancolumn(s, chin, k, nch)) break;
+        if (!scancolumn(s, columns, k)) break;
     }
     iout = s.iout;
-    for (int i = 1; i <= 32; ++i) out(i) = s.out(i);
+    std::memcpy(out.item, s.out.item, sizeof out.item);
 }
 
 namespace {

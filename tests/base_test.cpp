@@ -50,7 +50,7 @@ TEST(Infile, ReadsRegularFilesOnly)
         EXPECT_EQ(trimmed(line), expected);
     }
     EXPECT_FALSE(file.next(line));
-    EXPECT_EQ(file.lineno, 4);
+    EXPECT_EQ(file.lineno(), 4);
     mkfifo("pipe", 0600);
     for (const char* name : {".", "pipe", "/dev/zero", "missing"}) EXPECT_FALSE(file.open(name));
 }

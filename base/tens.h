@@ -1,0 +1,10 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// base/tens.h: the powers of ten that 64-bit floats hold exactly.
+#pragma once
+
+constexpr int exacttens = 22;
+
+/// 10^n for n = 0..exacttens, exactly.
+constexpr double tens[exacttens + 1] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                        1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+                                        1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
