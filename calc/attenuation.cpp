@@ -188,20 +188,12 @@ int bracket(const tablerows& t, double x)
 
 }  // namespace
 
-void attenuation(float energy, float& atc)
+namespace {
+
+// mu/rho at `x` in MeV behind row i: that of the row itself, or through the rows around it.
+float interpolated(const tablerows& t, int i, double x, float energy)
 {
-    tablerows t;
-    readrows(t);
-    // A single-precision product on purpose: its last bit decides on which side of an edge, and
-    // whether on or beside a row, a tabulated energy lands.
-    const float energymev = 0.001f * energy;
-    const double x = energymev;
-    const int i = bracket(t, x);
-    if (i < 1 || i >= t.n) stopoutside(t, energy);
-    if (t.xi(i) == x) {
-        atc = static_cast<float>(t.yi(i));
-        return;
-    }
+    if (t.xi(i) == x) return static_cast<float>(t.yi(i));
     const bool edgeabove = i + 2 <= t.n && t.xi(i + 1) == t.xi(i + 2);
     const bool edgebelow = i > 1 && t.xi(i - 1) == t.xi(i);
     const std::int32_t ns = edgeabove || edgebelow ? 3 : 4;
@@ -213,9 +205,25 @@ void attenuation(float energy, float& atc)
         xs(k) = t.xi(first + k - 1);
         ys(k) = t.yi(first + k - 1);
     }
+    float atc = 0.0f;
     parabel(ns, xs, ys, x, atc);
+    return atc;
+}
+
+}  // namespace
+
+void attenuation(float energy, float& atc)
+{
+    tablerows t;
+    readrows(t);
+    // A single-precision product on purpose: its last bit decides on which side of an edge, and
+    // whether on or beside a row, a tabulated energy lands.
+    const float energymev = 0.001f * energy;
+    const int i = bracket(t, energymev);
+    if (i < 1 || i >= t.n) stopoutside(t, energy);
+    atc = interpolated(t, i, energymev, energy);
     if (!std::isfinite(atc)) {
-        stop("%s: no parabola through the rows of %.*s around %.7g keV", coefficienttable,
+        stop("%s: the rows of %.*s around %.7g keV give no finite coefficient", coefficienttable,
              blockname.length(), blockname.ch, double{energy});
     }
 }
