@@ -280,13 +280,15 @@ bool infile::findline(std::string_view wanted, int end)
 
 bool infile::nextwith(std::string_view wanted)
 {
-    if (wanted.empty()) return next(nullptr, 0);
+    text<132> line;
+    if (wanted.empty()) return next(line);
     while (at < filled || fill()) {
         const void* last = memrchr(block + at, '\n', static_cast<std::size_t>(filled - at));
         const int end = last ? static_cast<int>(static_cast<const char*>(last) - block) + 1 : at;
-        if (findline(wanted, end)) return next(nullptr, 0);
-        text<132> line;  // goes on in the next block
-        if (at < filled && next(line) && line.all().substr(1).starts_with(wanted)) return true;
+        if (findline(wanted, end)) return next(line);
+        if (at == filled) continue;
+        // The last line goes on in the next block.
+        if (next(line) && line(2, 132).starts_with(wanted)) return true;
     }
     return false;
 }

@@ -58,8 +58,8 @@ bool readswidth(char wrb) { return wrb == 'w' || wrb == 'r' || wrb == 'l'; }
 // Widths and default, also taken anew after a help text. The default loses its "#".
 void measure(menu& m)
 {
-    m.npx = std::min(std::min(readswidth(m.wrb) ? term.ncol(1) : term.npl, 133) - 3, 130);
-    m.npl_i = std::min(term.ncol(1) - 3, 129);
+    m.npx = std::min(readswidth(m.wrb) ? term.ncol(1) : term.npl, 133) - 3;
+    m.npl_i = std::min(term.ncol(1), 132) - 3;
     text<132> working(m.chdf(1, 79));
     stringlength(working, m.le);
     if (m.le == 0) m.lk = m.lq;
