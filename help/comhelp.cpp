@@ -71,7 +71,7 @@ template <int n>
 void cut(text<n>& field)
 {
     const int width = std::max(term.ncol(1), 0);
-    if (width < 131 && width < n) field.put(width + 1, n, "");
+    if (width < std::min(131, n)) field.put(width + 1, n, "");
 }
 
 void drawtitle(menu& m)
@@ -527,9 +527,9 @@ bool isheader(const text<80>& line, const text<132>& key)
 // The key that a line names from column 3 on.
 text<132> keyin(const text<80>& line)
 {
-    text<132> key("/");
-    key.put(2, 132, line(3, 80));
-    return key;
+    text<132> named("/");
+    named.put(2, 132, line(3, 80));
+    return named;
 }
 
 // Reads on to the header of the entry. A starred key shows every matching header up to the end of
@@ -828,8 +828,8 @@ void helproutine(const text<132>& chcom, const text<132>& helpfile)
 void help(const text<132>& chin)
 {
     infopath();
-    text<132> key("/");
-    key.put(2, 132, chin(1, 131));
+    text<132> chcom("/");
+    chcom.put(2, 132, chin(1, 131));
     const std::string_view directory(path.hepath.item, sizeof path.hepath.item);
     const std::size_t nul = directory.find('\0');
     const int l = nul == std::string_view::npos ? 0 : static_cast<int>(nul);
@@ -847,5 +847,5 @@ void help(const text<132>& chin)
             return;
         }
     }
-    helproutine(key, name);
+    helproutine(chcom, name);
 }

@@ -111,7 +111,7 @@ extern "C" void giveback(int signal)
     sigset_t only;
     sigemptyset(&only);
     sigaddset(&only, signal);
-    raise(signal);  // held back until it is unblocked
+    raise(signal);  // held back until it is unblocked; then the program ends, or stops and goes on
     sigprocmask(SIG_UNBLOCK, &only, nullptr);
 
     sigprocmask(SIG_BLOCK, &only, nullptr);

@@ -42,7 +42,7 @@ int readaline(dim<std::int32_t, 1, 132>& k, const char* prompt)
     noteinputend(line == nullptr);
     if (line == nullptr) return 0;
     int count = 0;
-    for (; line[count] != '\0' && count < 132; ++count) {
+    for (; count < 132 && line[count] != '\0'; ++count) {
         k(count + 1) = static_cast<signed char>(line[count]);
     }
     std::free(line);

@@ -28,6 +28,11 @@ for_fuzzing=(
     "command clang++     clang"
     "runtime fuzzer      libclang-rt-14-dev"
 )
+for_everything=(
+    "command valgrind    valgrind"
+    "command clang-tidy  clang-tidy"
+    "command cppcheck    cppcheck"
+)
 
 say() { printf 'attenuation: %s\n' "$*" >&2; }
 
