@@ -243,7 +243,8 @@ bool infile::next(char* to, int n)
     do {
         const char* from = block + at;
         const void* end = std::memchr(from, '\n', static_cast<std::size_t>(filled - at));
-        const int count = end ? static_cast<int>(static_cast<const char*>(end) - from) : filled - at;
+        const int count =
+            end ? static_cast<int>(static_cast<const char*>(end) - from) : filled - at;
         line.add(from, count);
         at += count;
         if (end) {

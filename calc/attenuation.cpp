@@ -108,7 +108,8 @@ template <int decimals>
 [[gnu::always_inline]] inline bool readprinted(std::string_view field, double& value)
 {
     const char* p = field.data();
-    bool fits = p[1] == '.' && p[decimals + 2] == 'E' && (p[decimals + 3] == '-' || p[decimals + 3] == '+');
+    bool fits =
+        p[1] == '.' && p[decimals + 2] == 'E' && (p[decimals + 3] == '-' || p[decimals + 3] == '+');
     const auto digit = [&fits](char c) {
         const auto d = static_cast<unsigned>(c - '0');
         fits = fits && d <= 9;
@@ -142,8 +143,8 @@ void checkorder(const tablerows& t, int i)
     const double before = i > 1 ? t.xi(i - 1) : 0.0;
     const bool third = i > 2 && t.xi(i - 2) == t.xi(i);
     if (t.xi(i) > 0.0 && t.xi(i) >= before && !third) return;
-    stop("%s: line %ld: the energies of %.*s do not ascend", coefficienttable, coefficients.lineno(),
-         blockname.length(), blockname.ch);
+    stop("%s: line %ld: the energies of %.*s do not ascend", coefficienttable,
+         coefficients.lineno(), blockname.length(), blockname.ch);
 }
 
 template <int n>
@@ -238,8 +239,8 @@ double fourpoints(const dim<double, 1, 4>& xs, const dim<double, 1, 4>& ys, doub
     const double f1 = ys(1) - ys(2), f3 = ys(3) - ys(2), f4 = ys(4) - ys(2);
     const double h13 = static_cast<float>((x1 - x3) * x1);
     const double h43 = static_cast<float>((x4 - x3) * x4);
-    const double a = (h13 * f1 + h43 * f4 - (h43 * x4 + h13 * x1) * f3 / x3) /
-                     (h13 * h13 + h43 * h43);
+    const double a =
+        (h13 * f1 + h43 * f4 - (h43 * x4 + h13 * x1) * f3 / x3) / (h13 * h13 + h43 * h43);
     const double b = f3 / x3 - a * x3;
     return b * u + a * (u * u) + ys(2);
 }
@@ -489,14 +490,15 @@ enum class route { element, symbol, compound, formula, twolines };  // how to mu
 struct absorber {
     const char *entry, *help;  // text and help key in the menu
     route way;
-    const char* name;          // of the block, for a given element
-    float value;               // energy offered, keV
-    const char* form;          // in which it is shown
-    float density;             // g/cm3; the density table replaces it for elements
-    std::int32_t j = 0;        // a given compound
+    const char* name;    // of the block, for a given element
+    float value;         // energy offered, keV
+    const char* form;    // in which it is shown
+    float density;       // g/cm3; the density table replaces it for elements
+    std::int32_t j = 0;  // a given compound
     dim<std::int32_t, 1, 12> indx{}, mult{};
 };
 
+// clang-format off
 const absorber absorbers[] = {
     {"1 Nickel foil", "read/element", route::element, "Nickel", 122.0f, "f8.2", 8.908f},
     {"2 Iron foil", "read/element", route::element, "Iron", 14.4f, "f8.2", 7.874f},
@@ -516,6 +518,7 @@ const absorber absorbers[] = {
     {"11 0.111(136.5keV), 0.889(122.0keV)", "read/bgco57", route::twolines, "", 122.01f, "f8.2",
      1.86f},
 };
+// clang-format on
 constexpr std::int32_t nabsorber = sizeof absorbers / sizeof absorbers[0];
 
 // The two gamma lines of 57Co. The labels on the screen round the energies; these are in use.
@@ -525,13 +528,13 @@ constexpr float energy2 = 136.46f, weight2 = 0.111f;
 // The absorber chosen, as far as it is known.
 struct sample {
     elementlist elements;
-    text<4> source = "xkeV";   // "57Co" for its two lines
-    std::int32_t nz = 0;       // atomic number, 0 for a compound
-    std::int32_t iread = 0;    // 1 once the density of an element has been read
-    float density = 0.0f;      // g/cm3
-    float atc = 0.0f;          // mu/rho, cm2/g
+    text<4> source = "xkeV";         // "57Co" for its two lines
+    std::int32_t nz = 0;             // atomic number, 0 for a compound
+    std::int32_t iread = 0;          // 1 once the density of an element has been read
+    float density = 0.0f;            // g/cm3
+    float atc = 0.0f;                // mu/rho, cm2/g
     float atc1 = 0.0f, atc2 = 0.0f;  // at the two lines of 57Co
-    float thick = 0.0f;        // areal density, g/cm2
+    float thick = 0.0f;              // areal density, g/cm2
 };
 
 void startup(elementlist& elements)
@@ -629,8 +632,8 @@ private:
 // The widths differ on purpose: 7 for elements, 6 for compounds.
 void printcoefficient(const sample& s, int width)
 {
-    writerecord(nwr, {" mue/rho=", fixedpoint(s.atc, width, 3), " [cm^2/g]  density=",
-                      fixedpoint(s.density, width, 3), " [g/cm^3]  mu_e=",
+    writerecord(nwr, {" mue/rho=", fixedpoint(s.atc, width, 3),
+                      " [cm^2/g]  density=", fixedpoint(s.density, width, 3), " [g/cm^3]  mu_e=",
                       fixedpoint(s.density * s.atc / 10.0f, width, 3), " [mm^-1]"});
     writerecord(nwr, {""});
 }
@@ -751,8 +754,8 @@ void printtransmission(const sample& s)
     if (s.source == text<4>("57Co")) {
         const float depth1 = s.atc1 * s.thick, depth2 = s.atc2 * s.thick;
         trm = weight1 * transmitted(depth1) + weight2 * transmitted(depth2);
-        writerecord(nwr, {"122keV:", fixedpoint(depth1, 12, 4), " 136keV:",
-                          fixedpoint(depth2, 12, 4)});
+        writerecord(nwr,
+                    {"122keV:", fixedpoint(depth1, 12, 4), " 136keV:", fixedpoint(depth2, 12, 4)});
     } else {
         trm = transmitted(s.atc * s.thick);
     }

@@ -67,9 +67,9 @@ float elementdensity(std::int32_t nz);
 
 /// The elements as "elements.dat" lists them; the line number is the element's number everywhere.
 struct elementlist {
-    dim<text<2>, 1, 82> es;         // symbol
-    dim<text<12>, 1, 82> ename;     // name as in "attenuation.coefficients"
-    dim<float, 1, 82> emolweight;   // molar weight, g/mol
+    dim<text<2>, 1, 82> es;        // symbol
+    dim<text<12>, 1, 82> ename;    // name as in "attenuation.coefficients"
+    dim<float, 1, 82> emolweight;  // molar weight, g/mol
 };
 
 /// Reads "elements.dat".

@@ -67,8 +67,8 @@ void enterdirectory(const char* replaced)
 {
     char name[] = "fuzz-XXXXXX";
     if (mkdtemp(name) == nullptr || chdir(name) < 0) abort();
-    for (const char* file : {"attenuation.coefficients", "dichte.dat", "elements.dat",
-                             "attenuation.help"}) {
+    for (const char* file :
+         {"attenuation.coefficients", "dichte.dat", "elements.dat", "attenuation.help"}) {
         if (std::strcmp(file, replaced) == 0) table.appearas(file);
         else if (symlink((DATA_DIR "/" + std::string(file)).c_str(), file) < 0) abort();
     }

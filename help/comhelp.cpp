@@ -36,9 +36,9 @@ struct menu {
     std::int32_t& lk;
     text<132>& cheader;
     text<80>& chdf;
-    std::int32_t lqin;   // as passed in, for the restart after a help text
+    std::int32_t lqin;  // as passed in, for the restart after a help text
     text<80> chin80;
-    char wrb, go;        // mode letters
+    char wrb, go;  // mode letters
 
     int npx = 0;         // width of the header and separator lines
     int npl_i = 0;       // where a row with a single long entry is broken
@@ -328,7 +328,8 @@ void readkey(menu& m)
     } else {
         text<132> rest;
         if (!readrecord(nrd, rest)) {
-            stop("end of input in an answer to the menu \"%.*s\"", m.cheader.length(), m.cheader.ch);
+            stop("end of input in an answer to the menu \"%.*s\"", m.cheader.length(),
+                 m.cheader.ch);
         }
         m.ch132(1) = static_cast<char>(code);
         m.ch132.put(2, 132, rest.all());
@@ -491,10 +492,10 @@ struct level {
 // The working values of one call of `helproutine`.
 struct display {
     infile file;
-    text<132> key;       // with its "/"
-    int width = 1;       // of the page, in columns
-    int page = 1;        // rows of a page
-    text<80> line;       // read last
+    text<132> key;  // with its "/"
+    int width = 1;  // of the page, in columns
+    int page = 1;   // rows of a page
+    text<80> line;  // read last
     bool starred = false;
 
     std::string_view markup;  // of the markup line shown last
@@ -548,8 +549,9 @@ bool findentry(display& d)
 
 void showmarkup(display& d)
 {
-    static const struct { std::string_view letters, sequence; } markups[] = {
-        {"bf", escape::bold}, {"ul", escape::underline}, {"bc", escape::blue}};
+    static const struct {
+        std::string_view letters, sequence;
+    } markups[] = {{"bf", escape::bold}, {"ul", escape::underline}, {"bc", escape::blue}};
     for (const auto& m : markups) {
         if (d.line(2, 3) == m.letters) d.markup = m.sequence;
     }
@@ -649,8 +651,8 @@ text<80> plainname(const text<80>& line, int i)
         return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') ||
                std::string_view("._+-/").find(c) != std::string_view::npos;
     };
-    const bool accepted = std::all_of(name.begin(), name.end(), plain) &&
-                          !name.starts_with('-') && !joined({"/", name, "/"}).contains("/../");
+    const bool accepted = std::all_of(name.begin(), name.end(), plain) && !name.starts_with('-') &&
+                          !joined({"/", name, "/"}).contains("/../");
     return accepted ? text<80>(name) : text<80>();
 }
 

@@ -9,15 +9,15 @@
 /// The entries of the selection menu, 1 to 64. A caller of `query` sets the first three fields for
 /// its entries; the others hold the layout of the last menu.
 struct menurecord {
-    dim<text<132>, 1, 64> queryar;      // entry text, also what typed text is searched in; on return
-                                        // cut at the terminal width
-    dim<text<132>, 1, 64> helpar;       // help key of the entry
-    dim<text<16>, 1, 64> ext;           // short annotation behind the text, or blank
-    dim<text<132>, 1, 64> type;         // display cell with its control sequences
-    dim<std::int32_t, 1, 64> ld;        // length of ext
-    dim<std::int32_t, 1, 64> lw;        // length of queryar after the cut
-    dim<std::int32_t, 1, 64> laenge;    // width of the cell, control sequences included
-    dim<std::int32_t, 0, 64> lpart;     // entries on screen row r; lpart(0) is 0
+    dim<text<132>, 1, 64> queryar;    // entry text, also what typed text is searched in; on return
+                                      // cut at the terminal width
+    dim<text<132>, 1, 64> helpar;     // help key of the entry
+    dim<text<16>, 1, 64> ext;         // short annotation behind the text, or blank
+    dim<text<132>, 1, 64> type;       // display cell with its control sequences
+    dim<std::int32_t, 1, 64> ld;      // length of ext
+    dim<std::int32_t, 1, 64> lw;      // length of queryar after the cut
+    dim<std::int32_t, 1, 64> laenge;  // width of the cell, control sequences included
+    dim<std::int32_t, 0, 64> lpart;   // entries on screen row r; lpart(0) is 0
 };
 extern menurecord scrd;
 
@@ -39,9 +39,9 @@ void query(std::int32_t& lq, std::int32_t& lk, text<132>& cheader, text<80>& chd
 
 /// What the help display keeps for all its calls.
 struct helprecord {
-    text<64> tanohepath;            // directory of the "details" texts; nothing fills it
-    std::int32_t nwrwin = 0;        // output channel of the display
-    dim<text<16>, 1, 8> chterm;     // not used
+    text<64> tanohepath;         // directory of the "details" texts; nothing fills it
+    std::int32_t nwrwin = 0;     // output channel of the display
+    dim<text<16>, 1, 8> chterm;  // not used
 };
 extern helprecord cmpa;
 

@@ -182,7 +182,7 @@ bool scancolumn(numberscan& s, std::string_view columns, int& k)
 {
     const char c = columns[static_cast<std::size_t>(k - 1)];
     if (c == ' ' && !s.nnum && s.pt == 1.0f) {  // no number is being built: most columns
-        s.nex = 0;  // a blank cancels an exponent
+        s.nex = 0;                              // a blank cancels an exponent
         return true;
     }
     if (isdigit(c)) {
@@ -437,9 +437,9 @@ const text<132> scriptkey("tano/script/alteration");
 // One call of a prompt: what is shown of the question, and the way back to it after a help text.
 struct question {
     text<132>& querytype;
-    char wrb;               // script mode
-    int ld;                 // columns of the question shown
-    text<132> querystore;   // querytype(1:ld)
+    char wrb;              // script mode
+    int ld;                // columns of the question shown
+    text<132> querystore;  // querytype(1:ld)
 
     std::string_view shown() const { return querytype(1, ld); }
     std::string_view prefix() const { return wrb == 'w' ? "(b) " : ""; }
@@ -530,8 +530,7 @@ void yesno(text<132>& querytype, text<1>& ch1, const text<132>& chcom, std::int3
     const question q = openquestion(querytype, ncol);
     text<132> ch132;
     // The leading "1" belongs to the message.
-    if (q.wrb == 'r' &&
-        readscript(ch132, nwr, "1end of sript file: switch to interactive mode")) {
+    if (q.wrb == 'r' && readscript(ch132, nwr, "1end of sript file: switch to interactive mode")) {
         writerecord(nwr, {ch132.all()});
         ch1 = ch132(2, 132).find("[y]") != std::string_view::npos ? "y" : "n";
         return;
@@ -601,8 +600,7 @@ void askvalue(text<132>& querytype, text<7>& form, float& value, text<132>& chco
     shownvalue shown;
     shown.render(form, value);
     text<132> ch132;
-    if (q.wrb == 'r' &&
-        readscript(ch132, nwr, " end of sript file: switch to interactive mode")) {
+    if (q.wrb == 'r' && readscript(ch132, nwr, " end of sript file: switch to interactive mode")) {
         writerecord(nwr, {ch132.all()});
         value = replayedvalue(ch132);
         return;
@@ -704,8 +702,7 @@ void askstring(text<132>& querytype, text<132>& chstr, text<132>& chcom, std::in
     question q = openwholequestion(querytype);
     storedtext stored(chstr);
     text<132> ch132;
-    if (q.wrb == 'r' &&
-        readscript(ch132, nwr, " end of sript file: switch to interactive mode")) {
+    if (q.wrb == 'r' && readscript(ch132, nwr, " end of sript file: switch to interactive mode")) {
         chstr = replayedtext(ch132, stored.ls);
         return;
     }

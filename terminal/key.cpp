@@ -62,7 +62,7 @@ void window(const std::int32_t& n)
 
 namespace {
 
-termios stored_settings;               // as found before this key
+termios stored_settings;                 // as found before this key
 volatile std::sig_atomic_t keymode = 0;  // 1 while they have to be put back
 
 // The signals that end or stop the program, and what was to happen on each before key mode.
@@ -124,7 +124,7 @@ void catchendings()
 {
     if (caught) return;
     caught = true;
-    struct sigaction action{};
+    struct sigaction action {};
     action.sa_handler = giveback;
     action.sa_flags = SA_RESTART;  // a key is still awaited after a stop
     action.sa_mask = endingset();
@@ -190,7 +190,10 @@ int key()
 void infopath()
 {
     static_assert(std::is_standard_layout_v<pathrecord> && sizeof(pathrecord) == 6 * 80 + 132);
-    struct { const char* variable; std::size_t place; } const fields[] = {
+    struct {
+        const char* variable;
+        std::size_t place;
+    } const fields[] = {
         {"TANOHEPATH", offsetof(pathrecord, hepath)}, {"TANOUTPATH", offsetof(pathrecord, utpath)},
         {"TERM", offsetof(pathrecord, term)},         {"EDITOR", offsetof(pathrecord, editor)},
         {"SHELL", offsetof(pathrecord, shell)},       {"COLORFILE", offsetof(pathrecord, colfile)},

@@ -12,14 +12,14 @@
 /// Terminal geometry. Windows are numbered 1 to 8; the program uses window 1 only, the terminal on
 /// standard input. Filled by `window`; zero before.
 struct terminalrecord {
-    std::int32_t id1 = 0;                 // carried along, not used
-    std::int32_t npl = 0;                 // line width in use, in characters
-    dim<std::int32_t, 1, 8> ncol;         // width of window n in columns
-    dim<std::int32_t, 1, 8> nrows;        // height of window n in rows
-    dim<std::int32_t, 1, 8> ixpixel;      // width in pixels, 0 where the terminal does not know
-    dim<std::int32_t, 1, 8> iypixel;      // height in pixels, likewise
-    text<16> winfile;                     // device of a window other than 1
-    std::int32_t led = 0;                 // carried along, not used
+    std::int32_t id1 = 0;             // carried along, not used
+    std::int32_t npl = 0;             // line width in use, in characters
+    dim<std::int32_t, 1, 8> ncol;     // width of window n in columns
+    dim<std::int32_t, 1, 8> nrows;    // height of window n in rows
+    dim<std::int32_t, 1, 8> ixpixel;  // width in pixels, 0 where the terminal does not know
+    dim<std::int32_t, 1, 8> iypixel;  // height in pixels, likewise
+    text<16> winfile;                 // device of a window other than 1
+    std::int32_t led = 0;             // carried along, not used
 };
 extern terminalrecord term;
 

@@ -68,7 +68,8 @@ double library(int z, double keV) { return CS_Total(z, keV, nullptr); }
 bool nearedge(const element& e, double keV)
 {
     for (std::size_t i = 1; i < e.energy.size(); ++i) {
-        if (e.energy[i] == e.energy[i - 1] && std::fabs(keV / e.energy[i] - 1.0) < 0.01) return true;
+        if (e.energy[i] == e.energy[i - 1] && std::fabs(keV / e.energy[i] - 1.0) < 0.01)
+            return true;
     }
     return false;
 }
@@ -95,7 +96,8 @@ struct deviations {
     }
     double part(double fraction)
     {
-        const auto at = all.begin() + static_cast<long>(fraction * static_cast<double>(all.size() - 1));
+        const auto at =
+            all.begin() + static_cast<long>(fraction * static_cast<double>(all.size() - 1));
         std::nth_element(all.begin(), at, all.end());
         return *at;
     }
