@@ -2,18 +2,14 @@
 // tests/screen.h: runs the program on a pseudo-terminal and shows what a person sees on its screen.
 #pragma once
 
-#include <fcntl.h>
-#include <gtest/gtest.h>
 #include <pty.h>
-#include <sys/wait.h>
-#include <unistd.h>
 #include <utmp.h>
 #include <vterm.h>
 
-#include <algorithm>
+#include <chrono>
 #include <csignal>
-#include <fstream>
-#include <string>
+
+#include "tests/session.h"
 
 // The program on a terminal of its own. Every wait is bounded; one that runs out is a failure.
 struct screen {
@@ -21,7 +17,7 @@ struct screen {
     bool ended() const { return status >= 0; }
 
     // `before`: shell commands ahead of the program, such as a redirection.
-    screen(unsigned short height, unsigned short width, const std::string& before = "true")
+    screen(int height, int width, const std::string& before = "true")
     {
         EXPECT_EQ(openpty(&master, &slave, nullptr, nullptr, nullptr), 0);
         fcntl(master, F_SETFL, O_NONBLOCK);
@@ -40,9 +36,10 @@ struct screen {
         vterm_free(emulated);
     }
 
-    void resize(unsigned short height, unsigned short width)
+    void resize(int height, int width)
     {
-        const winsize size{rows = height, columns = width, 0, 0};
+        const winsize size{static_cast<unsigned short>(rows = height),
+                           static_cast<unsigned short>(columns = width), 0, 0};
         ioctl(master, TIOCSWINSZ, &size);
         vterm_set_size(emulated, rows, columns);
     }
@@ -100,8 +97,10 @@ struct screen {
     // Takes up what the program writes until `done`.
     bool until(auto done)
     {
-        for (int patience = 10000; !done(); --patience) {
-            if (patience == 0) return false;
+        // Long enough for a machine that stalls for a while.
+        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(40);
+        while (!done()) {
+            if (std::chrono::steady_clock::now() > end) return false;
             if (int how; !ended() && waitpid(leader, &how, WNOHANG) > 0) status = WEXITSTATUS(how);
             char bytes[4096];
             const auto count = read(master, bytes, sizeof bytes);
@@ -142,6 +141,7 @@ struct screen {
         if (fork() == 0) {
             setpgid(0, 0);
             tcsetpgrp(0, getpid());
+            for (int n : {SIGINT, SIGQUIT, SIGTSTP, SIGHUP}) signal(n, SIG_DFL);  // as of a login
             execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
         }
         int state = 0;
@@ -150,7 +150,7 @@ struct screen {
     }
 
     VTerm* emulated = vterm_new(24, 80);
-    unsigned short rows = 0, columns = 0;
+    int rows = 0, columns = 0;
     std::string found;  // the settings at first
     int master = -1, slave = -1, leader = -1;
     std::size_t heard = 0;  // bytes written to the screen so far

@@ -1,52 +1,22 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// What a person sees: whole runs on an emulated terminal.
+// What a person sees, in whole runs on an emulated terminal; that the terminal is given back
+// whatever happens; and that an output that fails is noticed.
 #include "tests/screen.h"
 
-TEST_F(Terminal, LowestLines)
+TEST_F(Terminal, Screens)
 {
-    const std::string dashes(77, '-');
-    const struct { unsigned short columns; const char* keys; std::string lowest; } cases[] = {
-        // A typed answer replaces the default on its line. The blanks that wipe a number or yes and
-        // no are as wide as the question, so that the end of a longer default stays.
-        {80, "2\n\n5\n", "-\n\nPhoton energy in keV=[5.00]]"},
-        {80, "comp\n\nFeO\n", "-\n\nformula of the compound [FeO]\n>"},
-        {80, "7\n\n\n\n\nn\n", "\n\nnew value for the thickness [n]"},
-        // Where the question and its default take two lines, the upper one stays.
-        {15, "2\n\n25\n", "-\n\nPhoton energy i\nPhoton energy i\n=[25.00]"},
-        {30, "comp\n\nFeO\n", "formula of the compound [N_2H_\nformula of the compound [FeO]\n>"},
-        {30, "7\n\n\n\n\nn\n", "thickness [y\nnew value for the thickness [n\n]"},
-        // The up-arrow key brings the default back.
-        {80, "5\n\n\033[A", "-\n\nsymbol for the element [Cu]\n>Cu"},
-        {80, "5\n\nAg\n\033[A\n\n", "symbol for the element [Ag]\nPhoton energy in keV=[14.40]"},
-        // A menu of one entry takes it. The next one is a block, as are those of the help.
-        {80, "\n\n", " [mm^-1]\n\n----------------------thickness of the sample (help:he)"
-                     "----------------------\n[thickness mg/cm2]    thickness in mm\n" + dashes},
-        {200, "he\n\n", "es      about/tables         about/document\n" + std::string(127, '-')},
-    };
-    for (const auto& c : cases) {
-        screen s(60, c.columns);
-        EXPECT_TRUE(s.type(c.keys).shown().ends_with(c.lowest)) << c.keys << "\n" << s.shown();
-    }
-}
-
-TEST_F(Terminal, Highlight)
-{
-    const std::string one = "[1 Nickel foil]", title = "-select (help:he)-";
-    const struct { const char* keys; std::string marked; bool again; } cases[] = {
-        {"\033[D\033[A\033[C\033[B\033[B", "[2 Iron foil]", false},  // 11, 10, 11, 1, 2
-        {"foil\nfoil\nfoil\n", one, false},                        // 2, 4, from the top again
-        {"lead\n", "", false},                                     // not found
-        {"lead\n\n", one, true},                                   // so that nothing is chosen
-        {"q\n", one, true},
-        {"\033[B*\n", one, true},
-        {"Lead\nhe\n\n\n", one, true},  // help and back
-        {"he\n\n\n\033[A", "[11 0.111(136.5keV), 0.889(122.0keV)]", true},
-    };
-    for (const auto& c : cases) {
-        screen s(60, 80);
-        EXPECT_EQ(s.type(c.keys).marked(), c.marked) << c.keys;
-        EXPECT_EQ(s.shown().find(title) != s.shown().rfind(title), c.again) << s.shown();
-    }
+    cases("screens.txt", {
+        {"lowest", [](auto& c) {
+            screen s(60, c.integer(0));
+            EXPECT_TRUE(s.type(c[1]).shown().ends_with(c[2])) << s.shown();
+        }},
+        {"highlight", [](auto& c) {
+            screen s(60, 80);
+            const std::string title = "-select (help:he)-", shown = s.type(c[0]).shown();
+            EXPECT_EQ(s.marked(), c[1]);
+            EXPECT_EQ(shown.find(title) != shown.rfind(title), c[2] == "again") << shown;
+        }},
+    });
 }
 
 // On a screen with room below the menu, and on full ones.
@@ -69,12 +39,38 @@ TEST_F(Terminal, PagesFollowTheWindow)
     }
 }
 
-TEST_F(Terminal, AnyWidth)
+TEST_F(Terminal, SignalsStopsAndResizes)
 {
-    for (auto columns : std::initializer_list<unsigned short>{1, 2, 3, 4, 5, 20, 131, 200, 500}) {
-        screen s(200, columns);
-        s.type("3\n\n\nn\n\nn\n\nn\n\nn\n\n");
-        // One and four columns cut the energy to 1 and to 0 keV, for which there is no table.
-        EXPECT_EQ(s.status, columns == 1 || columns == 4 ? 1 : 0) << s.shown();
-    }
+    cases("waits.txt", {{"", [](auto& c) {
+        for (int signal : {SIGINT, SIGQUIT, SIGTERM, SIGHUP}) {
+            screen s(24, 80);
+            s.type(c[0]);
+            if (signal == SIGTERM || signal == SIGHUP) s.send(signal);
+            else s.type(signal == SIGINT ? c[1] : "\034");
+            s.until([&s] { return s.ended(); });
+            EXPECT_TRUE(s.status == 128 + signal && s.asfound()) << signal;
+        }
+        screen s(24, 80);
+        const std::string settings = s.type(c[0]).settings();
+        for (int width : {100, 90}) {
+            s.send(SIGTSTP);
+            EXPECT_TRUE(s.until([&s] { return s.state() == "T"; }) && s.asfound());
+            s.send(SIGCONT);
+            EXPECT_TRUE(s.until([&] { return s.settings() == settings; }));
+            s.resize(24, width);
+        }
+        EXPECT_NE(s.type(c[2]).shown().find(c[3]), std::string::npos) << s.shown();
+    }}});
+}
+
+TEST_F(Terminal, OtherEnds)
+{
+    int left[2];  // a pipe that nobody reads, behind a number of one digit for the shell
+    ASSERT_TRUE(pipe(left) == 0 && dup2(left[1], 9) == 9 && close(left[0]) == 0);
+    cases("ends.txt", {{"", [](auto& c) {
+        screen s(60, c.integer(0), c[2]);
+        EXPECT_TRUE(s.type(c[1]).status == c.integer(3) && s.asfound()) << s.shown();
+        // A fault of the output is told in one line, or not at all.
+        EXPECT_TRUE(c[1].empty() ? s.shown() == c[4] : s.shown().ends_with(c[4])) << s.shown();
+    }}});
 }

@@ -1,22 +1,17 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// tests/session.h: runs the program, or single routines of it, with given input.
+// tests/session.h: the program, or single routines of it, with given input.
 #pragma once
 
 #include <fcntl.h>
 #include <sys/mman.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <string>
-#include <utility>
-#include <vector>
 
 #include "base/channel.h"
+#include "tests/cases.h"
 
 // A file without a name, holding `content`, at its start.
 inline int memoryfile(const std::string& content)
@@ -37,33 +32,51 @@ inline std::string contentof(int fd)
 
 struct result {
     std::string out, err;
-    int status;  // exit status, or -1 if a signal ended the program
+    int status = 0;  // exit status, or -1 if a signal ended the process
 };
 
-// Runs the program in `directory` with `input` on standard input.
-inline result run(const std::string& input, const std::string& directory = DATA_DIR)
+// Carries out `action` in a process of its own, with `input` on standard input.
+inline result apart(auto action, const std::string& input = "")
 {
-    const int in = memoryfile(input), out = memoryfile(""), err = memoryfile("");
+    std::fflush(nullptr);  // or both processes write what is collected
+    const int streams[] = {memoryfile(input), memoryfile(""), memoryfile("")};
     const pid_t child = fork();
     if (child == 0) {
-        dup2(in, 0);
-        dup2(out, 1);
-        dup2(err, 2);
-        setenv("TANOHEPATH", DATA_DIR, 1);
-        setenv("TERM", "dumb", 1);
+        for (int fd : {0, 1, 2}) dup2(streams[fd], fd);
         alarm(60);
-        if (chdir(directory.c_str()) == 0) execl(PROGRAM, PROGRAM, nullptr);
-        _exit(127);
+        action();
+        _exit(0);
     }
     int status = 0;
     waitpid(child, &status, 0);
-    close(in);
-    return {contentof(out), contentof(err), WIFEXITED(status) ? WEXITSTATUS(status) : -1};
+    close(streams[0]);
+    return {contentof(streams[1]), contentof(streams[2]),
+            WIFEXITED(status) ? WEXITSTATUS(status) : -1};
 }
 
-// Standard input and output of this process for the life of the value.
-class console {
-public:
+// What `action` says when it ends the process with a fault, as it should.
+inline std::string fault(auto action)
+{
+    const result r = apart(action);
+    EXPECT_EQ(r.status, 1) << r.err;
+    return r.err;
+}
+
+// Runs the program in `directory`.
+inline result run(const std::string& input, const std::string& directory = DATA_DIR)
+{
+    const auto program = [&directory] {
+        setenv("TANOHEPATH", DATA_DIR, 1);
+        setenv("TERM", "dumb", 1);
+        if (chdir(directory.c_str()) == 0) execl(PROGRAM, PROGRAM, nullptr);
+        _exit(127);
+    };
+    return apart(program, input);
+}
+
+// Standard input and output of this process for the life of the value. After a failure, which may
+// have been reported meanwhile, the output goes where it used to.
+struct console {
     explicit console(const std::string& input) : in(dup(0)), out(dup(1)), collected(memoryfile(""))
     {
         flushoutput();
@@ -77,7 +90,9 @@ public:
         flushoutput();
         dup2(in, 0);
         dup2(out, 1);
-        for (int fd : {in, out, collected}) close(fd);
+        const std::string seen = contentof(collected);
+        if (testing::Test::HasFailure() && write(1, seen.data(), seen.size()) < 0) abort();
+        for (int fd : {in, out}) close(fd);
     }
     std::string output() const
     {
@@ -85,30 +100,26 @@ public:
         return contentof(dup(collected));
     }
     // What has not been read of the input.
-    std::string rest() const
+    static std::string rest()
     {
-        char unread[4096];
-        const ssize_t count = read(0, unread, sizeof unread);
-        return {unread, static_cast<std::size_t>(count > 0 ? count : 0)};
+        char unread[4096]{};
+        return {unread, unread + std::max(read(0, unread, sizeof unread), ssize_t{0})};
     }
 
-private:
-    int in, out, collected;
+    const int in, out, collected;
 };
 
 // A directory with the given files that is the working directory for the life of the value.
-class workdirectory {
-public:
-    using file = std::pair<std::string, std::string>;  // name and content
+struct workdirectory {
+    std::string path = "/tmp/attenuation-test-XXXXXX";
+    std::filesystem::path before = std::filesystem::current_path();
 
-    explicit workdirectory(const std::initializer_list<file>& files)
-        : before(std::filesystem::current_path())
+    // Of the files: name and content.
+    workdirectory(const std::initializer_list<std::pair<std::string, std::string>>& files = {})
     {
-        char name[] = "/tmp/attenuation-test-XXXXXX";
-        if (mkdtemp(name) == nullptr) abort();
-        path = name;
+        if (mkdtemp(path.data()) == nullptr) abort();
         std::filesystem::current_path(path);
-        for (const auto& [named, content] : files) std::ofstream(named) << content;
+        for (const auto& [name, content] : files) std::ofstream(name) << content;
     }
     ~workdirectory()
     {
@@ -116,20 +127,9 @@ public:
         std::filesystem::remove_all(path);
     }
     workdirectory(const workdirectory&) = delete;
-    std::string path;
-
-private:
-    std::filesystem::path before;
 };
 
 inline std::string filecontent(const std::string& name)
 {
-    std::ifstream file(name);
-    return {std::istreambuf_iterator<char>(file), {}};
-}
-
-template <int n>
-std::string trimmed(const text<n>& t)
-{
-    return std::string(t.trimmed());
+    return contentof(open(name.c_str(), O_RDONLY));
 }
