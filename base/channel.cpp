@@ -6,7 +6,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -194,7 +193,7 @@ bool infile::open(const char* filename)
     // Without waiting for a writer if the name turns out to be a named pipe.
     fd = ::open(filename, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (fd < 0) return false;
-    struct stat found;
+    struct stat found {};
     if (fstat(fd, &found) == 0 && S_ISREG(found.st_mode)) return true;
     close();
     errno = S_ISDIR(found.st_mode) ? EISDIR : EINVAL;
@@ -269,7 +268,9 @@ bool infile::findline(std::string_view wanted, int end)
         if (hit == nullptr) break;
         i = static_cast<int>(static_cast<const char*>(hit) - block);
         const int first = i - letter - 1;  // where the line would begin
-        const bool begins = first == at || (first > at && block[first - 1] == '\n');
+        // Column 1 may hold any character, but there must be one: not the end of an empty line.
+        const bool begins =
+            first >= at && block[first] != '\n' && (first == at || block[first - 1] == '\n');
         if (!begins || first + 1 + length > end) continue;
         if (std::string_view(block + first + 1, wanted.size()) != wanted) continue;
         at = first + 1 + length;

@@ -2,9 +2,10 @@
 // base/channel.h: the numbered input and output channels, and the reader of the data files.
 //
 // Channel 5 is standard input, 6 standard output, 10 the script file. Standard input is read byte
-// by byte and nothing is read ahead, so that single keys, lines and line editing can take turns on
-// one stream: what is typed, pasted or piped ahead goes to the right questions. Standard output is
-// collected and written before every wait for input.
+// by byte and nothing is read ahead (but for one byte behind a carriage return in a file or a pipe),
+// so that single keys, lines and line editing can take turns on one stream: what is typed, pasted or
+// piped ahead goes to the right questions. Standard output is collected and written before every
+// wait for input.
 #pragma once
 
 #include <cstdio>
@@ -38,8 +39,9 @@ int inputbyte();
 bool inputended();
 void noteinputend(bool end);
 
-/// Reads the next line of a channel into columns 1..n of `to`, cut or blank-padded; the rest of a
-/// longer line is dropped, and so is a carriage return at its end. False at the end of the channel.
+/// Reads the next line of channel `unit`, 5 or 10, into columns 1..n of `to`, cut or blank-padded; the
+/// rest of a longer line is dropped, and so is a carriage return at its end. False at the end of the
+/// channel. Channel 10 without a script file ends the program.
 bool readrecord(int unit, char* to, int n);
 
 template <int n>
@@ -48,7 +50,8 @@ bool readrecord(int unit, text<n>& record)
     return readrecord(unit, record.ch, n);
 }
 
-/// Writes a part of a line to a channel.
+/// Writes a part of a line to channel `unit`, 6 or 10. Channel 10 without a script file ends the
+/// program; a fault in writing the script file is not noticed.
 void writepart(int unit, std::string_view part);
 
 /// Writes one line: the parts side by side and a line break.
@@ -80,7 +83,8 @@ struct infile {
     /// Goes back to the first line.
     void rewind();
 
-    /// Reads the next line into `to`, as `readrecord` does. False at the end of the file.
+    /// Reads the next line into `to`, as `readrecord` does. False at the end of the file; a read
+    /// error counts as the end.
     bool next(char* to, int n);
 
     template <int n>
@@ -90,7 +94,8 @@ struct infile {
     }
 
     /// Reads on up to a line whose columns 2 on are `wanted`, as calls of `next` would, but without
-    /// a look at every line. False at the end of the file.
+    /// a look at every line. `wanted` is a name: no line end in it, no blank at its end. False at
+    /// the end of the file.
     bool nextwith(std::string_view wanted);
 
     /// Number of the line read last, from 1; counted in the file anew, for messages.

@@ -74,8 +74,8 @@ bool takesign(const char*& p, const char* end)
 }
 
 // Reads a number that stands in a field of fixed columns: blanks around it do not matter, a blank
-// field is 0, a point left out stands before the last `decimals` digits, the exponent has the letter
-// E or D. False for anything else.
+// field is 0, a point left out stands before the last `decimals` digits, the exponent has the
+// letter E or D. False for anything else.
 bool readfield(std::string_view field, int decimals, double& value)
 {
     const char *p = field.data(), *end = p + field.size();
@@ -186,10 +186,6 @@ int bracket(const tablerows& t, double x)
     while (i <= t.n && x >= t.xi(i)) ++i;
     return i - 1;
 }
-
-}  // namespace
-
-namespace {
 
 // mu/rho at `x` in MeV behind row i: that of the row itself, or through the rows around it.
 float interpolated(const tablerows& t, int i, double x, float energy)
@@ -594,8 +590,8 @@ text<132> asktext(const char* question, const char* offered, const char* help)
     return chin;
 }
 
-// A number in fixed-point form with up to 4 decimals, right-aligned in at most 16 columns; asterisks
-// where it does not fit. Rounded to the nearest, halves to even: the product below is exact, as a
+// A number in fixed-point form with up to 4 decimals, right-aligned in at most 16 columns;
+// asterisks where it does not fit. Rounded to the nearest, halves to even: the product below is exact, as a
 // 32-bit number and the power of ten have less than 53 bits between them.
 struct fixedpoint {
     text<16> ch;

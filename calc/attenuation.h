@@ -50,13 +50,13 @@ void contentformula(const text<132>& formula, const dim<text<2>, 1, 82>& es, std
 
 /// Asks for the photon energy and gives mu/rho of a compound: the sum of its elements' coefficients
 /// weighted by their mass fractions.
-///   nrd, nwr       in      channels of the prompt
+///   input, output  in      channels of the prompt
 ///   j, indx, mult  in      the compound, as `contentformula` gives it
 ///   ename          in      element names; in a compound of at most 11 characters
 ///   emolweight     in      molar weights, g/mol
 ///   value          in/out  energy offered, energy accepted, keV
 ///   atc            out     mu/rho, cm2/g
-void atcoefficient(std::int32_t nrd, std::int32_t nwr, std::int32_t j,
+void atcoefficient(std::int32_t input, std::int32_t output, std::int32_t j,
                    const dim<std::int32_t, 1, 12>& indx, const dim<std::int32_t, 1, 12>& mult,
                    const dim<text<12>, 1, 82>& ename, const dim<float, 1, 82>& emolweight,
                    float& value, float& atc);

@@ -25,7 +25,8 @@ struct stopped {};
 
 [[noreturn]] void stop(const char*, ...) { throw stopped{}; }
 
-// Takes the place of the C library's: the shell is not started, and only the viewer may be asked for.
+// Takes the place of the C library's: the shell is not started, and only the viewer may be asked
+// for.
 extern "C" int system(const char* command)
 {
     const std::string_view whole(command), before = "xdvi ";

@@ -320,10 +320,12 @@ void readkey(menu& m)
     if (inputended()) stop("end of input at the menu \"%.*s\"", m.cheader.length(), m.cheader.ch);
     m.ikey = 0;
     if (code < 0) {
-        m.ikey = code == -65 || code == -68 ? -1 : code == -66 || code == -67 ? 1 : -2;
+        const bool back = code == keyup || code == keyleft;
+        const bool forward = code == keydown || code == keyright;
+        m.ikey = back ? -1 : forward ? 1 : -2;
         m.ch132 = "shift";
         writerecord(nwr, {" "});
-    } else if (code == 64) {
+    } else if (code == keyenter) {
         writerecord(nwr, {" "});
     } else {
         text<132> rest;
@@ -425,8 +427,8 @@ void showhelp(menu& m)
     m.chdf = m.chin80;
 }
 
-// Takes the choice from the script file: its lines are echoed up to the separator, which begins with
-// the number. A title recorded once more after a help text looks like one, but for the number.
+// Takes the choice from the script file: its lines are echoed up to the separator, which begins
+// with the number. A title recorded once more after a help text looks like one, but for the number.
 void replay(menu& m)
 {
     const auto isdigit = [](char c) { return c >= '0' && c <= '9'; };

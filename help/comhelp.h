@@ -25,16 +25,17 @@ extern menurecord scrd;
 /// by typing a part of an entry, and Enter. "he" shows the help text of the highlighted entry, "*"
 /// and (where no entry begins with it) "q" cancel. A menu of one entry takes it without a key.
 ///
-///   lq       in/out  number of entries, 1..64 (stops above); out the number of the chosen entry, 0
-///                    if cancelled or nothing was highlighted; unchanged if the menu was only drawn
-///   lk       out     the number of entries if `chdf` is blank, 0 if an entry was chosen or the menu
-///                    cancelled, else left alone
+///   lq       in/out  number of entries, 0..64, else it stops; out the number of the chosen entry,
+///                    0 if cancelled or nothing was highlighted; unchanged if only drawn
+///   lk       out     the number of entries if `chdf` is blank, 0 if an entry was chosen or the
+///                    menu cancelled, else left alone
 ///   cheader  in/out  title, columns 1..130; column 131 "g": the default is accepted without a key;
-///                    column 132 "w": menu and choice are recorded on the script file, "r": replayed
-///                    from it, "l": as wide as the terminal. Column 132 is blanked.
-///   chdf     in/out  default: the text looked for first, columns 1..79, blank to draw the menu only;
-///                    column 80 "#": entries in equal columns. Out: text of the chosen entry, and in
-///                    column 80 the count of lines written, as the character of code 48 + count
+///                    column 132 "w": menu and choice are recorded on the script file, "r":
+///                    replayed from it, "l": as wide as the terminal. Column 132 is blanked.
+///   chdf     in/out  default: the text looked for first, columns 1..79, blank to draw the menu
+///                    only; column 80 "#": entries in equal columns. Out: text of the chosen entry,
+///                    and in column 80 the count of lines written, as the character of code
+///                    48 + count
 void query(std::int32_t& lq, std::int32_t& lk, text<132>& cheader, text<80>& chdf);
 
 /// What the help display keeps for all its calls.

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "prompt/combuff.h"
 
+#include <algorithm>
 #include <cfloat>
 #include <cmath>
 #include <cstring>
@@ -165,9 +166,9 @@ struct numberscan {
 
 enum class eletter { exponent, skipped, ordinary };
 
-// What an "e" means behind these columns. With a point in the digits before it, it announces an exponent;
-// behind digits without one it is passed over, so that " 12e3" reads as 123; behind digits that
-// start the text it is like any other letter, so that "12e3" reads as 12 and 3. All as required.
+// What an "e" means behind these columns. With a point in the digits before it, it announces an
+// exponent; behind digits without one it is passed over, so that " 12e3" reads as 123; behind digits
+// that start the text it is like any other letter, so that "12e3" reads as 12 and 3. Meant so.
 eletter meaning(std::string_view before)
 {
     for (; !before.empty(); before.remove_suffix(1)) {
@@ -279,7 +280,7 @@ struct numbertext {
     }
 };
 
-// Steps 6 to 8: sign, exponent of the leading digit and number of digits.
+// Sign, exponent of the leading digit and number of digits.
 float startdigits(const numberformat& f, float rn, numbertext& t)
 {
     t.ip = f.plus ? 1 : 0;
@@ -310,7 +311,7 @@ void makedigits(numbertext& t, float z)
 }
 
 // Rounds at digit im. Strictly above 5: a following digit of exactly 5 does not round up. This is
-// the required rule; round-half-up would show other numbers.
+// meant so; round-half-up would show other numbers.
 void rounddigits(const numberformat& f, numbertext& t)
 {
     if (t.ii(t.im + 1) > 5) {
@@ -663,11 +664,11 @@ struct storedtext {
     text<80> chstore;
     int ls;
 
-    storedtext(text<132>& chstr)
+    explicit storedtext(text<132>& chstr)  // left-justifies `chstr`
     {
         stringlength(chstr, ls);
         chstore = text<80>(chstr.all());
-        ls = ls < 1 ? 1 : ls > 80 ? 80 : ls;
+        ls = std::clamp(ls, 1, 80);
     }
     std::string_view view() const { return chstore(1, ls); }
 };
@@ -717,7 +718,7 @@ void askstring(text<132>& querytype, text<132>& chstr, text<132>& chcom, std::in
             if (goback(q, chcom, nwr)) return;
             continue;
         }
-        if (lower.begins("he ")) {  // so the symbol "He" alone opens the help text, as required
+        if (lower.begins("he ")) {  // the symbol "He" alone opens the help text, on purpose
             showhelp(q, chcom);
             continue;
         }

@@ -75,6 +75,6 @@ void nextchar(const text<132>& chl, std::int32_t& il, std::int32_t& ip, text<132
 /// are more than 7). Zero gives a blank field without any digit; callers rely on it.
 void itoc8(text<8>& ch, std::int32_t nn);
 
-/// Reads an integer from a field of 8: blanks, "+" and "-", digits up to the first blank. Characters
-/// above "9" become blanks, also in the caller's field; 0 for a field without a number.
+/// Reads an integer from a field of 8: blanks, "+" and "-", digits up to the first blank.
+/// Characters above "9" become blanks, also in the caller's field; 0 for a field without a number.
 void c8toi(text<8>& ch, std::int32_t& n);

@@ -166,7 +166,7 @@ int keycode(int c)
 {
     if (c < 0) return -1;
     const char first = c == '\n' ? '@' : *unctrl(static_cast<chtype>(c));
-    if (first == '@') return '@';
+    if (first == '@') return keyenter;
     const bool control = c < 32 || c == 127;  // as in the C locale, whichever is in force
     if (!control) return c;
     inputbyte();  // the "[" of a cursor key

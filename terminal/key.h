@@ -54,6 +54,9 @@ void set_keypress();
 /// Key mode off: the kept settings and signal actions are in force again.
 void reset_keypress();
 
+/// What `key` returns for Enter and for the cursor keys of an ANSI terminal.
+constexpr int keyenter = 64, keyup = -65, keydown = -66, keyright = -67, keyleft = -68;
+
 /// Waits for one key. Returns its character code; 64 for Enter and for "@"; for a control character
 /// the negated second of the two bytes that follow it, so that cursor keys give -65 (up), -66
 /// (down), -67 (right) and -68 (left); -1 at the end of input (`inputended` then holds).

@@ -20,7 +20,8 @@ char* nothing(const char*, int) { return nullptr; }
 int nextbyte(std::FILE*) { return inputbyte(); }
 
 // The line editor's settings, after those of the user: a paste of several answers must not be taken
-// as one, in no locale are letters beyond ASCII commands, and a TAB in a formula must not list files.
+// as one, in no locale are letters beyond ASCII commands, and a TAB in a formula must not list
+// files.
 void prepareediting()
 {
     rl_initialize();
