@@ -270,7 +270,7 @@ bool infile::findline(std::string_view wanted, int end)
         const int first = i - letter - 1;  // where the line would begin
         // Column 1 may hold any character, but there must be one: not the end of an empty line.
         const bool begins =
-            first >= at && block[first] != '\n' && (first == at || block[first - 1] == '\n');
+            first >= at && (first == at || block[first - 1] == '\n') && block[first] != '\n';
         if (!begins || first + 1 + length > end) continue;
         if (std::string_view(block + first + 1, wanted.size()) != wanted) continue;
         at = first + 1 + length;

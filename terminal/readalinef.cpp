@@ -15,13 +15,15 @@
 namespace {
 
 char* nothing(const char*, int) { return nullptr; }
+int nothingdone(int, int) { return 0; }
 
 // Bytes from a file or a pipe, as everything else that reads them gets them.
 int nextbyte(std::FILE*) { return inputbyte(); }
 
 // The line editor's settings, after those of the user: a paste of several answers must not be taken
 // as one, in no locale are letters beyond ASCII commands, and a TAB in a formula must not list
-// files.
+// files. The keys are those of emacs: in its other mode the editor does not come back from some
+// moves over bytes that are no letters (found by fuzzing).
 void prepareediting()
 {
     rl_initialize();
@@ -29,6 +31,8 @@ void prepareediting()
     rl_variable_bind("input-meta", "on");
     rl_variable_bind("convert-meta", "off");
     rl_variable_bind("output-meta", "on");
+    rl_variable_bind("editing-mode", "emacs");
+    for (char key : {'J', 'M'}) rl_bind_key_in_map(key & 31, nothingdone, emacs_meta_keymap);
     rl_completion_entry_function = nothing;
     rl_getc_function = isatty(STDIN_FILENO) ? rl_getc : nextbyte;
 }
