@@ -26,6 +26,10 @@ int nextbyte(std::FILE*) { return inputbyte(); }
 // moves over bytes that are no letters (found by fuzzing).
 void prepareediting()
 {
+    rl_getc_function = isatty(STDIN_FILENO) ? rl_getc : nextbyte;
+    static bool prepared = false;
+    if (prepared) return;
+    prepared = true;
     rl_initialize();
     rl_variable_bind("enable-bracketed-paste", "off");
     rl_variable_bind("input-meta", "on");
@@ -34,7 +38,6 @@ void prepareediting()
     rl_variable_bind("editing-mode", "emacs");
     for (char key : {'J', 'M'}) rl_bind_key_in_map(key & 31, nothingdone, emacs_meta_keymap);
     rl_completion_entry_function = nothing;
-    rl_getc_function = isatty(STDIN_FILENO) ? rl_getc : nextbyte;
 }
 
 }  // namespace
