@@ -141,8 +141,9 @@ bool readrow(const text<36>& line, double& x, double& y)
 void checkorder(const tablerows& t, int i)
 {
     const double before = i > 1 ? t.xi(i - 1) : 0.0;
+    if (t.xi(i) > before) return;
     const bool third = i > 2 && t.xi(i - 2) == t.xi(i);
-    if (t.xi(i) > 0.0 && t.xi(i) >= before && !third) return;
+    if (i > 1 && t.xi(i) == before && !third) return;
     stop("%s: line %ld: the energies of %.*s do not ascend", coefficienttable,
          coefficients.lineno(), blockname.length(), blockname.ch);
 }
