@@ -228,14 +228,15 @@ void attenuation(float energy, float& atc)
 
 namespace {
 
-// Through points 2 and 3, curvature fitted to 1 and 4. The weights h13 and h43 are held in 32 bits.
+// Through points 2 and 3, curvature fitted to 1 and 4. Of the two weights h13 alone is held in 32
+// bits: it decides last digits, and must stay so.
 double fourpoints(const dim<double, 1, 4>& xs, const dim<double, 1, 4>& ys, double us)
 {
     const double u = 1000.0 * us - xs(2);
     const double x1 = xs(1) - xs(2), x3 = xs(3) - xs(2), x4 = xs(4) - xs(2);
     const double f1 = ys(1) - ys(2), f3 = ys(3) - ys(2), f4 = ys(4) - ys(2);
     const double h13 = static_cast<float>((x1 - x3) * x1);
-    const double h43 = static_cast<float>((x4 - x3) * x4);
+    const double h43 = (x4 - x3) * x4;
     const double a =
         (h13 * f1 + h43 * f4 - (h43 * x4 + h13 * x1) * f3 / x3) / (h13 * h13 + h43 * h43);
     const double b = f3 / x3 - a * x3;
