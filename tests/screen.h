@@ -2,16 +2,17 @@
 // tests/screen.h: runs the program on a pseudo-terminal and shows what a person sees on its screen.
 #pragma once
 
+#include <poll.h>
 #include <pty.h>
 #include <utmp.h>
 #include <vterm.h>
 
-#include <chrono>
 #include <csignal>
 
 #include "tests/session.h"
 
-// The program on a terminal of its own. Every wait is bounded; one that runs out is a failure.
+// The program, or a shell, on a terminal of its own. Every wait is bounded; one that runs out is a
+// failure.
 struct screen {
     int status = -1;  // once it has ended, as a shell has it: 128 + n after signal n
     bool ended() const { return status >= 0; }
@@ -29,8 +30,9 @@ struct screen {
     }
     ~screen()
     {
-        if (!ended()) send(SIGKILL);
-        until([this] { return ended(); });
+        send(SIGKILL);
+        if (!ended()) kill(leader, SIGKILL);  // which hangs up on a shell and its jobs
+        end();
         close(master);
         close(slave);
         vterm_free(emulated);
@@ -44,12 +46,13 @@ struct screen {
         vterm_set_size(emulated, rows, columns);
     }
 
-    // Types `keys`, line by line and cursor key by cursor key, each when the program waits for it.
+    // Types `keys`, each line, cursor key and Ctrl-Z when the program waits for it.
     screen& type(std::string keys)
     {
         std::replace(keys.begin(), keys.end(), '\n', '\r');  // as the Return key sends it
         for (std::size_t at = 0, size; at < keys.size() && !ended(); at += size) {
-            size = keys[at] == '\033' ? 3 : std::min(keys.find('\r', at), keys.size() - 1) - at + 1;
+            size = std::min(keys.find_first_of("\r\032", at), keys.size() - 1) - at + 1;
+            if (keys[at] == '\033') size = 3;
             EXPECT_EQ(write(master, &keys[at], size), static_cast<ssize_t>(size));
             settle();
         }
@@ -86,46 +89,44 @@ struct screen {
     }
     bool asfound() const { return settings() == found; }
 
-    // Of the process: "S" asleep, "T" stopped.
+    // Name and state of the foreground job: "S" asleep, "T" stopped.
     std::string state() const
     {
         std::string id, name, as;
         std::ifstream("/proc/" + std::to_string(tcgetpgrp(master)) + "/stat") >> id >> name >> as;
-        return as;
+        return name + as;
     }
 
-    // Takes up what the program writes until `done`.
+    // Takes up what is written until `done` held and nothing came after it. The bound is a count of
+    // naps, not a time: while the machine stands still it does not run out.
     bool until(auto done)
     {
-        // Long enough for a machine that stalls for a while.
-        const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(40);
-        while (!done()) {
-            if (std::chrono::steady_clock::now() > end) return false;
-            if (int how; !ended() && waitpid(leader, &how, WNOHANG) > 0) status = WEXITSTATUS(how);
+        for (int naps = 0; naps < 40000;) {
+            const bool was = done();
             char bytes[4096];
             const auto count = read(master, bytes, sizeof bytes);
-            if (count > 0) heard += vterm_input_write(emulated, bytes, std::size_t(count));
-            else usleep(500);
+            if (count > 0) vterm_input_write(emulated, bytes, std::size_t(count));
+            else if (was) return true;
+            else ++naps, usleep(500);
+            if (int how; !ended() && waitpid(leader, &how, WNOHANG) > 0) status = WEXITSTATUS(how);
         }
-        return true;
+        return false;
     }
+    // The exit status, or -1 if there is no end.
+    int end() { return until([this] { return ended(); }), status; }
 
-    // Waits until the program has taken notice of what was typed, which at least an echo shows, and
-    // waits for more, or has ended; and until nothing is on its way to the screen: a NUL, which
-    // leaves no trace there, has come back alone.
+    // Waits until all that was typed has been read, and the program, or the shell at its prompt,
+    // waits for more; or until it has ended. To poll the slave moves what is on its way there first.
     void settle()
     {
-        const std::size_t before = heard;
-        const auto waits = [&] {
-            int unread = 0;
-            ioctl(slave, FIONREAD, &unread);
-            return ended() || (heard > before && unread == 0 && state() == "S");
+        const auto waits = [this] {
+            pollfd typed{slave, POLLIN, 0};
+            if (poll(&typed, 1, 0) != 0) return false;
+            termios now{};
+            tcgetattr(slave, &now);
+            return state() == "(attenuation)S" || (state() == "(bash)S" && !(now.c_lflag & ICANON));
         };
-        const auto quiet = [&] {
-            const std::size_t now = heard;
-            return write(slave, "", 1) && until([&] { return heard > now; }) && heard == now + 1;
-        };
-        if (until([&] { return waits() && quiet() && waits(); })) return;
+        if (until([&] { return ended() || waits(); })) return;
         ADD_FAILURE() << "the program neither waits nor ends:\n" << shown();
         send(SIGKILL);
     }
@@ -133,16 +134,17 @@ struct screen {
     // foreground job of the terminal.
     void lead(const std::string& before) const
     {
-        const std::string command = "export TANOHEPATH=. TERM=xterm INPUTRC=/dev/null; ulimit -c 0;"
-                                    " cd '" DATA_DIR "'; " + before + "; exec '" PROGRAM "'";
+        const std::string command =
+            "export TANOHEPATH=. TERM=xterm INPUTRC=/dev/null PATH=\"${0%/*}:$PATH\"; ulimit -c 0;"
+            " cd '" DATA_DIR "'; " + before + "; exec \"$0\"";
         close(master);
         login_tty(slave);
         signal(SIGTTOU, SIG_IGN);  // for tcsetpgrp from the background
         if (fork() == 0) {
             setpgid(0, 0);
             tcsetpgrp(0, getpid());
-            for (int n : {SIGINT, SIGQUIT, SIGTSTP, SIGHUP}) signal(n, SIG_DFL);  // as of a login
-            execl("/bin/sh", "sh", "-c", command.c_str(), nullptr);
+            for (int n : {SIGINT, SIGQUIT, SIGTSTP, SIGHUP, SIGTTOU}) signal(n, SIG_DFL);
+            execl("/bin/sh", "sh", "-c", command.c_str(), PROGRAM, nullptr);
         }
         int state = 0;
         wait(&state);
@@ -153,7 +155,6 @@ struct screen {
     int rows = 0, columns = 0;
     std::string found;  // the settings at first
     int master = -1, slave = -1, leader = -1;
-    std::size_t heard = 0;  // bytes written to the screen so far
 };
 
 // Base of the tests on a terminal.

@@ -42,24 +42,34 @@ TEST_F(Terminal, PagesFollowTheWindow)
 TEST_F(Terminal, SignalsStopsAndResizes)
 {
     cases("waits.txt", {{"", [](auto& c) {
-        for (int signal : {SIGINT, SIGQUIT, SIGTERM, SIGHUP}) {
+        for (int signal : {SIGINT, SIGQUIT, SIGTERM, SIGHUP, SIGPIPE, SIGALRM, SIGUSR1, SIGUSR2,
+                           SIGXCPU, SIGABRT, SIGSEGV, SIGBUS}) {
             screen s(24, 80);
             s.type(c[0]);
-            if (signal == SIGTERM || signal == SIGHUP) s.send(signal);
-            else s.type(signal == SIGINT ? c[1] : "\034");
-            s.until([&s] { return s.ended(); });
-            EXPECT_TRUE(s.status == 128 + signal && s.asfound()) << signal;
+            if (signal == SIGINT || signal == SIGQUIT) s.type(signal == SIGINT ? c[1] : "\034");
+            else s.send(signal);
+            EXPECT_TRUE(s.end() == 128 + signal && s.asfound()) << signal;
         }
         screen s(24, 80);
         const std::string settings = s.type(c[0]).settings();
-        for (int width : {100, 90}) {
-            s.send(SIGTSTP);
-            EXPECT_TRUE(s.until([&s] { return s.state() == "T"; }) && s.asfound());
+        for (int signal : {SIGTSTP, SIGTTIN, SIGTTOU}) {
+            s.send(signal);
+            EXPECT_TRUE(s.until([&s] { return s.state().ends_with("T"); }) && s.asfound()) << signal;
             s.send(SIGCONT);
-            EXPECT_TRUE(s.until([&] { return s.settings() == settings; }));
-            s.resize(24, width);
+            EXPECT_TRUE(s.until([&] { return s.settings() == settings; })) << signal;
+            s.resize(24, s.columns + 10);
         }
         EXPECT_NE(s.type(c[2]).shown().find(c[3]), std::string::npos) << s.shown();
+    }}});
+}
+
+// Under a shell that edits its own lines, in settings of its own.
+TEST_F(Terminal, JobsOfAShell)
+{
+    cases("jobs.txt", {{"", [](auto& c) {
+        screen s(60, 80, "exec env PS1='$ ' bash --norc --noprofile -ib");
+        s.type(c[0]).until([&] { return s.shown().find(c.back()) != std::string::npos; });
+        c.expectin(s.shown(), 1);
     }}});
 }
 
@@ -69,7 +79,7 @@ TEST_F(Terminal, OtherEnds)
     ASSERT_TRUE(pipe(left) == 0 && dup2(left[1], 9) == 9 && close(left[0]) == 0);
     cases("ends.txt", {{"", [](auto& c) {
         screen s(60, c.integer(0), c[2]);
-        EXPECT_TRUE(s.type(c[1]).status == c.integer(3) && s.asfound()) << s.shown();
+        EXPECT_TRUE(s.type(c[1]).end() == c.integer(3) && s.asfound()) << s.shown();
         // A fault of the output is told in one line, or not at all.
         EXPECT_TRUE(c[1].empty() ? s.shown() == c[4] : s.shown().ends_with(c[4])) << s.shown();
     }}});
