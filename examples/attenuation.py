@@ -35,8 +35,8 @@ def find():
 def ask(command, formula, first, second):
     """mu/rho at two energies by menu entry 11, whose questions are the same for every formula.
 
-    Its optical depths, here of 100 g/cm2, have four decimals. An empty answer accepts what was
-    typed before.
+    Its optical depths, here of 100 g/cm2, have four decimals; they are 32-bit numbers, so that
+    six digits are kept. An empty answer accepts what was typed before.
     """
     answers = ["0.111", "", formula, "", "0", "", first, "", second, "", "100000", "", "q", ""]
     run = subprocess.run([command], input="\n".join(answers), capture_output=True,
@@ -49,7 +49,7 @@ def ask(command, formula, first, second):
     depths = re.search(r"^122keV: *(\d+\.\d{4}) 136keV: *(\d+\.\d{4})$", run.stdout, re.M)
     if energies != [first, second] or not depths:
         raise RuntimeError(f"{command} did not answer as expected")
-    return [round(float(depth) / 100, 6) for depth in depths.groups()]
+    return [float(f"{float(depth) / 100:.6g}") for depth in depths.groups()]
 
 
 def mu(formula, kev):

@@ -26,13 +26,13 @@ neednumbers() {
     done
 }
 
-# Sets `command`, the path of the program: $ATTENUATION, or the installed one, or ./run of the
+# Sets `program`, the path of the program: $ATTENUATION, or the installed one, or ./run of the
 # sources, or that of the installation which the examples belong to.
 findprogram() {
     local place places=(attenuation "$examples/../run" "$examples/../../../../bin/attenuation")
     [[ -z ${ATTENUATION-} ]] || places=("$ATTENUATION")
     for place in "${places[@]}"; do
-        ! command=$(type -P -- "$place") || return 0
+        ! program=$(type -P -- "$place") || return 0
     done
     fail "no command ${places[0]}; install it, or name it in the variable ATTENUATION"
 }
@@ -44,9 +44,9 @@ roundenergies() {
     energies=()
     neednumbers "$@"
     for number; do
-        printf -v exact %.12f "$number"
+        printf -v exact %.9f "$number"
         printf -v number %.2f "$number"
-        [[ $exact == "${number}0000000000" ]] || say "$1 keV is taken as $number, with two decimals"
+        [[ $exact == "${number}0000000" ]] || say "$1 keV is taken as $number, with two decimals"
         [[ ${#number} -le 8 ]] || fail "$1 keV is above 99999.99"
         energies+=("$number")
         shift
@@ -75,7 +75,7 @@ murho() {
     local said i
     setformula "$1"
     said=$(for ((i = 0; i < ${#energies[@]}; i += 2)); do
-        answers "${energies[i]}" "${energies[i + 1]-${energies[i]}}" | "$command" || exit
+        answers "${energies[i]}" "${energies[i + 1]-${energies[i]}}" | "$program" || exit
     done) || exit
     awk -F '[][]' -v want="${energies[*]}" '
         function value(depth) {
@@ -86,5 +86,5 @@ murho() {
         /^Photon energy/ && ++asked % 2 == 0 { shown[asked / 2] = $2 }  # offered, then accepted
         /^122keV:/ { value(substr($0, 8, 12)); value(substr($0, 29, 12)) }
         END { exit n < count }
-    ' <<<"$said" || fail "$command did not answer as expected"
+    ' <<<"$said" || fail "$program did not answer as expected"
 }
