@@ -26,7 +26,7 @@ for_tests=(
 
 for_fuzzing=(
     "command clang++     clang"
-    "runtime fuzzer      libclang-rt-14-dev"
+    "runtime fuzzer      libclang-rt-dev"
 )
 for_everything=(
     "command valgrind    valgrind"
