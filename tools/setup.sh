@@ -63,7 +63,11 @@ must() {
 # Starts an empty log.
 startlog() {
     { mkdir -p "$builddir" && : >"$log"; } 2>/dev/null && return
-    say "cannot write to $builddir"
+    local from
+    printf -v from %q "$root"
+    say "cannot write to $builddir; to build elsewhere and start from there:"
+    say "    cmake -S $from -B ~/attenuation -DBUILD_TESTING=OFF && cmake --build ~/attenuation"
+    say "    cd $from/data && TANOHEPATH=. ~/attenuation/attenuation"
     exit 1
 }
 
