@@ -28,6 +28,10 @@ for_fuzzing=(
     "command clang++     clang"
     "runtime fuzzer      libclang-rt-dev"
 )
+for_examples=(
+    "command gnuplot     gnuplot-nox"
+    "command python3     python3"
+)
 for_packaging=(
     "command mandoc      mandoc"
     "command perl        perl"
@@ -36,10 +40,12 @@ for_everything=(
     "command valgrind    valgrind"
     "command clang-tidy  clang-tidy"
     "command cppcheck    cppcheck"
+    "module libxrl       libxrl-dev"
     "command reuse       reuse"
     "command lintian     lintian"
     "command dh          debhelper"
     "package build-essential build-essential"
+    "${for_examples[@]}"
     "${for_packaging[@]}"
 )
 
