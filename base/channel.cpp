@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -72,9 +73,10 @@ std::string_view repeated(const text<132>& of, int n)
 
 void openchannels()
 {
-    if (fcntl(STDERR_FILENO, F_GETFD) < 0) open("/dev/null", O_WRONLY);
-    if (fcntl(STDOUT_FILENO, F_GETFD) < 0) stop("standard output is closed");
+    // What is opened takes the lowest number that is free, so in ascending order.
     if (fcntl(STDIN_FILENO, F_GETFD) < 0) open("/dev/null", O_RDONLY);
+    if (fcntl(STDOUT_FILENO, F_GETFD) < 0) stop("standard output is closed");
+    if (fcntl(STDERR_FILENO, F_GETFD) < 0) open("/dev/null", O_WRONLY);
 }
 
 namespace {
@@ -189,6 +191,7 @@ std::string_view dashes(int n) { return repeated(dash132, n); }
 bool infile::open(const char* filename)
 {
     close();
+    needed = false;
     name = filename;
     // Without waiting for a writer if the name turns out to be a named pipe.
     fd = ::open(filename, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
@@ -202,7 +205,13 @@ bool infile::open(const char* filename)
 
 void infile::opentable(const char* filename)
 {
-    if (!open(filename)) stop("%s: cannot be read: %s", filename, std::strerror(errno));
+    needed = open(filename);
+    if (needed) return;
+    const int error = errno;
+    char room[256];
+    const char* const directory = getcwd(room, sizeof room);
+    stop("%s: cannot be read in %s: %s%s", filename, directory ? directory : "this directory",
+         std::strerror(error), error == ENOENT ? "; start ./run, or start in data/" : "");
 }
 
 void infile::close()
@@ -218,7 +227,8 @@ void infile::rewind()
     start = at = filled = 0;
 }
 
-// Reads the next block. False at the end of the file; a read error ends the file too.
+// Reads the next block. False at the end of the file, and where reading fails if the program can do
+// without the rest.
 bool infile::fill()
 {
     start += filled;
@@ -228,6 +238,7 @@ bool infile::fill()
     do {
         count = read(fd, block, sizeof block);
     } while (count < 0 && errno == EINTR);
+    if (count < 0 && needed) stop("%s: cannot be read on: %s", name, std::strerror(errno));
     if (count > 0) filled = static_cast<int>(count);
     return count > 0;
 }
@@ -298,7 +309,15 @@ bool infile::nextwith(std::string_view wanted)
 long infile::lineno() const
 {
     long lines = 0, place = 0;
-    char c = '\n';
-    for (; place < start + at && pread(fd, &c, 1, place) == 1; ++place) lines += c == '\n';
-    return lines + (c != '\n');
+    const long end = start + at;
+    char last = '\n', part[4096];
+    while (place < end) {
+        const auto wanted = std::min(sizeof part, static_cast<std::size_t>(end - place));
+        const ssize_t count = pread(fd, part, wanted, place);
+        if (count <= 0) break;
+        lines += std::count(part, part + count, '\n');
+        last = part[count - 1];
+        place += count;
+    }
+    return lines + (last != '\n');
 }

@@ -75,7 +75,8 @@ struct infile {
     /// `errno`, if that fails. `filename` must outlive this value.
     bool open(const char* filename);
 
-    /// The same for a table that the program cannot do without: ends the program on failure.
+    /// The same for a table that the program cannot do without: ends the program on failure, also
+    /// where reading it fails later on.
     void opentable(const char* filename);
 
     void close();
@@ -83,8 +84,8 @@ struct infile {
     /// Goes back to the first line.
     void rewind();
 
-    /// Reads the next line into `to`, as `readrecord` does. False at the end of the file; a read
-    /// error counts as the end.
+    /// Reads the next line into `to`, as `readrecord` does. False at the end of the file, or where
+    /// reading a file other than a table fails.
     bool next(char* to, int n);
 
     template <int n>
@@ -103,6 +104,7 @@ struct infile {
 
 private:
     int fd = -1;
+    bool needed = false;     // opened as a table: a read error is fatal
     long start = 0;          // place of the block in the file
     int at = 0, filled = 0;  // next byte of the block, and its end
     char block[32768];

@@ -1,19 +1,31 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "base/printable.h"
 
-#include <algorithm>
 #include <cstring>
 
 namespace {
 
-// How many bytes of 128 and above may follow this lead byte of a UTF-8 letter. The lead byte 0xC2
-// is left out when a control follows: it writes the codes 128 to 159 themselves.
-int followers(unsigned char lead, unsigned char next)
+// Length of the UTF-8 letter at the front, 2 to 4; 0 where none stands there in full and in its
+// one right form, or where it is one of the controls 128 to 159.
+std::size_t letterlength(std::string_view front)
 {
-    if (lead == 0xC2) return next >= 0xA0 && next <= 0xBF ? 1 : 0;
-    if (lead >= 0xC3 && lead <= 0xDF) return 1;
-    if (lead >= 0xE0 && lead <= 0xEF) return 2;
-    if (lead >= 0xF0 && lead <= 0xF4) return 3;
+    const auto byte = [front](std::size_t i) {
+        return i < front.size() ? static_cast<unsigned char>(front[i]) : 0u;
+    };
+    static const struct {
+        unsigned firstlead, lastlead, low, high;  // the second byte lies between low and high
+        std::size_t length;
+    } forms[] = {
+        {0xC2, 0xC2, 0xA0, 0xBF, 2}, {0xC3, 0xDF, 0x80, 0xBF, 2}, {0xE0, 0xE0, 0xA0, 0xBF, 3},
+        {0xE1, 0xEC, 0x80, 0xBF, 3}, {0xED, 0xED, 0x80, 0x9F, 3}, {0xEE, 0xEF, 0x80, 0xBF, 3},
+        {0xF0, 0xF0, 0x90, 0xBF, 4}, {0xF1, 0xF3, 0x80, 0xBF, 4}, {0xF4, 0xF4, 0x80, 0x8F, 4},
+    };
+    for (const auto& form : forms) {
+        if (byte(0) < form.firstlead || byte(0) > form.lastlead) continue;
+        bool whole = byte(1) >= form.low && byte(1) <= form.high;
+        for (std::size_t i = 2; i < form.length; ++i) whole = whole && (byte(i) & 0xC0) == 0x80;
+        return whole ? form.length : 0;
+    }
     return 0;
 }
 
@@ -21,27 +33,23 @@ int followers(unsigned char lead, unsigned char next)
 
 int makeprintable(std::string_view from, char* to, std::size_t room)
 {
-    const auto visible = [](char c) { return c >= ' ' && c <= '~'; };
-    if (from.size() <= room && std::all_of(from.begin(), from.end(), visible)) {
-        if (!from.empty()) std::memcpy(to, from.data(), from.size());
-        return static_cast<int>(from.size());
-    }
     std::size_t count = 0;
-    int letter = 0;  // bytes of a UTF-8 letter still to come
-    for (std::size_t i = 0; i < from.size(); ++i) {
-        const auto c = static_cast<unsigned char>(from[i]);
-        const bool continued = letter > 0 && c >= 0x80 && c <= 0xBF;
+    while (!from.empty()) {
+        const auto c = static_cast<unsigned char>(from[0]);
         const bool ascii = (c < 32 && c != '\t') || c == 127;
-        const bool eightbit = c >= 0x80 && c <= 0x9F && !continued;
-        if (count + (ascii || eightbit ? 2 : 1) > room) break;
+        const std::size_t letter = c >= 128 ? letterlength(from) : 0;
+        const bool eightbit = c >= 128 && c <= 159;
+        const std::size_t taken = letter > 0 ? letter : 1;
+        const std::size_t needed = ascii || eightbit ? 2 : taken;
+        if (needed > room - count) break;
         if (ascii || eightbit) {
-            to[count++] = ascii ? '^' : '~';
-            to[count++] = static_cast<char>(ascii ? c ^ 64 : c - 64);
+            to[count] = ascii ? '^' : '~';
+            to[count + 1] = static_cast<char>(ascii ? c ^ 64 : c - 64);
         } else {
-            to[count++] = from[i];
+            std::memcpy(to + count, from.data(), taken);
         }
-        const auto next = static_cast<unsigned char>(i + 1 < from.size() ? from[i + 1] : '\0');
-        letter = continued ? letter - 1 : followers(c, next);
+        count += needed;
+        from.remove_prefix(taken);
     }
     return static_cast<int>(count);
 }

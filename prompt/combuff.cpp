@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "base/channel.h"
+#include "base/printable.h"
 #include "base/tens.h"
 #include "help/comhelp.h"
 #include "terminal/escape.h"
@@ -708,7 +709,8 @@ void askstring(text<132>& querytype, text<132>& chstr, text<132>& chcom, std::in
         return;
     }
     for (;;) {
-        writerecord(nwr, {q.prefix(), q.shown(), " [", stored.view(), "]"});
+        // Typed control characters are shown, not sent.
+        writerecord(nwr, {q.prefix(), q.shown(), " [", printable<160>(stored.view()).view(), "]"});
         remember(stored.view());  // the up-arrow key brings the default back for editing
         ch132 = editedline(q, nwr);
         cursorup(nwr, escape::up2);

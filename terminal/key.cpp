@@ -21,12 +21,18 @@ pathrecord path;
 
 // Terminal geometry.
 
+namespace {
+
+// Asks a terminal for its size. False if it is none or does not answer.
+bool asksize(int fd, winsize& size) { return isatty(fd) && ioctl(fd, TIOCGWINSZ, &size) >= 0; }
+
+}  // namespace
+
 int pr_winsize(int fd, int it)
 {
     const int n = it + 1;
-    int flag = 0;
     winsize size{};
-    if (isatty(fd)) flag = ioctl(fd, TIOCGWINSZ, &size) < 0 ? 0 : 1;
+    const int flag = asksize(fd, size) ? 1 : 0;
     if (flag == 1) {
         term.ncol(n) = size.ws_col;
         term.nrows(n) = size.ws_row;
@@ -58,52 +64,83 @@ void window(const std::int32_t& n)
     if (fd >= 0) close(fd);
 }
 
-// Single keys.
+void sizenow(int& rows, int& columns)
+{
+    winsize size{};
+    const bool known = asksize(STDIN_FILENO, size);
+    rows = known && size.ws_row > 0 ? size.ws_row : 24;
+    columns = known && size.ws_col > 0 ? size.ws_col : 80;
+}
+
+// The terminal's settings, and the way back to them.
 
 namespace {
 
-termios stored_settings;                 // as found before this key
-volatile std::sig_atomic_t keymode = 0;  // 1 while they have to be put back
+termios stored_settings;  // as found before they were changed
 
-// The signals that end or stop the program, and what was to happen on each before key mode.
-constexpr int endings[] = {SIGINT, SIGQUIT, SIGTERM, SIGHUP, SIGTSTP};
-constexpr int nending = sizeof endings / sizeof endings[0];
-struct sigaction found[nending];
-bool caught = false;  // `found` is to be put back
+// 1 while they have to be put back, and while key mode is to be in force, also after a stop.
+volatile std::sig_atomic_t changed = 0, keymode = 0;
 
-void entersettings()
+// True where another job has the terminal: its settings are not ours then, to read or to write.
+bool inbackground()
 {
-    if (tcgetattr(STDIN_FILENO, &stored_settings) < 0) return;
-    termios keys = stored_settings;
-    keys.c_lflag &= ~static_cast<tcflag_t>(ICANON);  // deliver bytes, not lines; echo stays on
-    keys.c_cc[VMIN] = 1;                             // a read returns with the first byte
-    keys.c_cc[VTIME] = 0;                            // and waits for it without a limit
-    keys.c_cc[VINTR] = '#';                          // interrupts; Ctrl-C is an ordinary key
-    keymode = 1;
-    tcsetattr(STDIN_FILENO, TCSANOW, &keys);
+    const pid_t front = tcgetpgrp(STDIN_FILENO);
+    return front > 0 && front != getpgrp();
 }
 
-void leavesettings()
+// Blocks all signals at a moment when the program has the terminal, and returns the mask in force
+// before. In the background `tcdrain` stops the program until it is brought to the front; signals
+// can reach it there, so that it can be ended. It goes on at once where nothing can stop it.
+sigset_t holdinfront()
 {
-    if (keymode) tcsetattr(STDIN_FILENO, TCSANOW, &stored_settings);
-    keymode = 0;
+    sigset_t all, before;
+    sigfillset(&all);
+    pthread_sigmask(SIG_BLOCK, &all, &before);
+    for (int tries = 0; tries < 10 && inbackground(); ++tries) {
+        sigset_t none;
+        sigemptyset(&none);
+        pthread_sigmask(SIG_SETMASK, &none, nullptr);
+        tcdrain(STDIN_FILENO);
+        pthread_sigmask(SIG_BLOCK, &all, nullptr);
+    }
+    return before;
 }
 
-sigset_t endingset()
+// Keeps the settings in force for the way back. With all signals blocked.
+bool storesettings()
 {
-    sigset_t all;
-    sigemptyset(&all);
-    for (int signal : endings) sigaddset(&all, signal);
-    return all;
+    if (!changed && tcgetattr(STDIN_FILENO, &stored_settings) == 0) changed = 1;
+    return changed != 0;
+}
+
+void enterkeymode()
+{
+    if (!keymode) return;
+    const sigset_t before = holdinfront();
+    if (keymode && storesettings()) {
+        termios keys = stored_settings;
+        keys.c_lflag &= ~static_cast<tcflag_t>(ICANON);  // deliver bytes, not lines; echo stays on
+        keys.c_cc[VMIN] = 1;                             // a read returns with the first byte
+        keys.c_cc[VTIME] = 0;                            // and waits for it without a limit
+        keys.c_cc[VINTR] = '#';                          // interrupts; Ctrl-C is an ordinary key
+        tcsetattr(STDIN_FILENO, TCSANOW, &keys);
+    }
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+}
+
+void restoresettings()
+{
+    if (changed && !inbackground()) tcsetattr(STDIN_FILENO, TCSANOW, &stored_settings);
+    changed = 0;
 }
 
 // Gives the terminal back, then lets the signal have its usual effect. Calls async-signal-safe
-// functions only. After a stop the program goes on here, and key mode is set again.
+// functions only, and all signals are blocked meanwhile. After a stop the program goes on here, and
+// key mode is set again; line editing sets its own again by itself.
 extern "C" void giveback(int signal)
 {
     const int error = errno;
-    const bool inkeymode = keymode != 0;
-    leavesettings();
+    restoresettings();
 
     struct sigaction mine, usual{};
     usual.sa_handler = SIG_DFL;
@@ -112,25 +149,33 @@ extern "C" void giveback(int signal)
     sigemptyset(&only);
     sigaddset(&only, signal);
     raise(signal);  // held back until it is unblocked; then the program ends, or stops and goes on
-    sigprocmask(SIG_UNBLOCK, &only, nullptr);
+    pthread_sigmask(SIG_UNBLOCK, &only, nullptr);
 
-    sigprocmask(SIG_BLOCK, &only, nullptr);
+    pthread_sigmask(SIG_BLOCK, &only, nullptr);
     sigaction(signal, &mine, nullptr);
-    if (inkeymode) entersettings();
+    enterkeymode();
     errno = error;
 }
 
-void catchendings()
+bool harmless(int signal)
 {
+    return signal == SIGCHLD || signal == SIGCONT || signal == SIGURG || signal == SIGWINCH;
+}
+
+// Catches every signal that would end or stop the program, unless it is ignored or somebody else
+// looks after it.
+void catchsignals()
+{
+    static bool caught = false;
     if (caught) return;
     caught = true;
-    struct sigaction action {};
+    struct sigaction action {}, found {};
     action.sa_handler = giveback;
     action.sa_flags = SA_RESTART;  // a key is still awaited after a stop
-    action.sa_mask = endingset();
-    for (int i = 0; i < nending; ++i) {
-        sigaction(endings[i], nullptr, &found[i]);
-        if (found[i].sa_handler != SIG_IGN) sigaction(endings[i], &action, nullptr);
+    sigfillset(&action.sa_mask);
+    for (int signal = 1; signal < NSIG; ++signal) {
+        if (harmless(signal) || sigaction(signal, nullptr, &found) < 0) continue;
+        if (found.sa_handler == SIG_DFL) sigaction(signal, &action, nullptr);
     }
 }
 
@@ -139,25 +184,30 @@ void catchendings()
 void set_keypress()
 {
     if (!isatty(STDIN_FILENO)) return;
-    const sigset_t all = endingset();
-    sigset_t before;
-    sigprocmask(SIG_BLOCK, &all, &before);  // settings and signal actions change as one
-    catchendings();
-    entersettings();
-    sigprocmask(SIG_SETMASK, &before, nullptr);
+    catchsignals();
+    keymode = 1;
+    enterkeymode();
 }
 
 void reset_keypress()
 {
-    if (!caught) return;
-    caught = false;
-    const sigset_t all = endingset();
-    sigset_t before;
-    sigprocmask(SIG_BLOCK, &all, &before);
-    leavesettings();
-    for (int i = 0; i < nending; ++i) sigaction(endings[i], &found[i], nullptr);
-    sigprocmask(SIG_SETMASK, &before, nullptr);
+    if (!keymode) return;
+    keymode = 0;  // first: a stop from here on restores the settings, and key mode does not come back
+    const sigset_t before = holdinfront();
+    restoresettings();
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
 }
+
+void guardsettings()
+{
+    if (!isatty(STDIN_FILENO)) return;
+    catchsignals();
+    const sigset_t before = holdinfront();
+    storesettings();
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+}
+
+void settingsback() { changed = 0; }
 
 namespace {
 

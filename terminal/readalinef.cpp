@@ -11,6 +11,7 @@
 #include <readline/readline.h>
 
 #include "base/channel.h"
+#include "terminal/key.h"
 
 namespace {
 
@@ -19,6 +20,20 @@ int nothingdone(int, int) { return 0; }
 
 // Bytes from a file or a pipe, as everything else that reads them gets them.
 int nextbyte(std::FILE*) { return inputbyte(); }
+
+// The editor's own way to its settings and back, with what makes it safe against signals and in the
+// background.
+void prepareterminal(int meta)
+{
+    guardsettings();
+    rl_prep_terminal(meta);
+}
+
+void restoreterminal()
+{
+    rl_deprep_terminal();
+    settingsback();
+}
 
 // The line editor's settings, after those of the user: a paste of several answers must not be taken
 // as one, in no locale are letters beyond ASCII commands, and a TAB in a formula must not list
@@ -30,6 +45,8 @@ void prepareediting()
     static bool prepared = false;
     if (prepared) return;
     prepared = true;
+    rl_prep_term_function = prepareterminal;
+    rl_deprep_term_function = restoreterminal;
     rl_initialize();
     rl_variable_bind("enable-bracketed-paste", "off");
     rl_variable_bind("input-meta", "on");
@@ -46,6 +63,9 @@ int readaline(dim<std::int32_t, 1, 132>& k, const char* prompt)
 {
     flushoutput();
     prepareediting();
+    int rows = 0, columns = 0;
+    sizenow(rows, columns);
+    rl_set_screen_size(rows, columns);  // not COLUMNS, which may say anything
     char* const line = readline(prompt);
     noteinputend(line == nullptr);
     if (line == nullptr) return 0;
