@@ -59,6 +59,7 @@ struct text {
     int length() const
     {
         int k = n;
+        // Eight blanks at a time: a twentieth of the instructions of a whole dialogue.
         while (k >= 8 && std::memcmp(ch + k - 8, "        ", 8) == 0) k -= 8;
         while (k > 0 && ch[k - 1] == ' ') --k;
         return k;
@@ -73,5 +74,5 @@ struct text {
     bool blank() const { return length() == 0; }
     bool begins(std::string_view s) const { return all().starts_with(s); }
     bool contains(std::string_view s) const { return all().find(s) != std::string_view::npos; }
-    bool operator==(const text&) const = default;
+    bool operator==(const text& other) const { return std::memcmp(ch, other.ch, n) == 0; }
 };

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "base/printable.h"
 
-#include <cstring>
-
 namespace {
 
 // Length of the UTF-8 letter at the front, 2 to 4; 0 where none stands there in full and in its
@@ -36,8 +34,8 @@ int makeprintable(std::string_view from, char* to, std::size_t room)
     std::size_t count = 0;
     while (!from.empty()) {
         const auto c = static_cast<unsigned char>(from[0]);
-        const bool ascii = (c < 32 && c != '\t') || c == 127;
         const std::size_t letter = c >= 128 ? letterlength(from) : 0;
+        const bool ascii = (c < 32 && c != '\t') || c == 127;
         const bool eightbit = c >= 128 && c <= 159;
         const std::size_t taken = letter > 0 ? letter : 1;
         const std::size_t needed = ascii || eightbit ? 2 : taken;
@@ -46,7 +44,7 @@ int makeprintable(std::string_view from, char* to, std::size_t room)
             to[count] = ascii ? '^' : '~';
             to[count + 1] = static_cast<char>(ascii ? c ^ 64 : c - 64);
         } else {
-            std::memcpy(to + count, from.data(), taken);
+            for (std::size_t i = 0; i < taken; ++i) to[count + i] = from[i];
         }
         count += needed;
         from.remove_prefix(taken);

@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "calc/attenuation.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 #include "base/printable.h"
-#include "base/tens.h"
 #include "help/comhelp.h"
 #include "prompt/combuff.h"
 #include "terminal/key.h"
@@ -40,14 +41,37 @@ namespace {
 
 // The rows of one element's block.
 struct tablerows {
-    int n = 0;
+    int n = 0;              // 64, or fewer where a line that is no row ended them
     dim<double, 1, 64> xi;  // energy, MeV
     dim<double, 1, 64> yi;  // mu/rho, cm2/g
 };
 
+bool isdigit(char c) { return c >= '0' && c <= '9'; }
+
+// The text between the blanks on both sides.
+std::string_view trimmed(std::string_view field)
+{
+    while (field.starts_with(' ')) field.remove_prefix(1);
+    while (field.ends_with(' ')) field.remove_suffix(1);
+    return field;
+}
+
+// True for digits, with a "+" in front or not.
+bool iswhole(std::string_view number)
+{
+    if (number.starts_with('+')) number.remove_prefix(1);
+    return !number.empty() && std::all_of(number.begin(), number.end(), isdigit);
+}
+
+// The powers of ten that 64-bit floats hold exactly.
+constexpr int exacttens = 22;
+constexpr double tens[exacttens + 1] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                        1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+                                        1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+
 // digits x 10^exponent, rounded once. Up to 10^22 both factors are exact, so that one
-// multiplication or division does it.
-inline double scaled(std::int64_t digits, int exponent)
+// multiplication or division does it; that halves the time of a compound of twelve elements.
+double scaled(std::int64_t digits, int exponent)
 {
     const auto value = static_cast<double>(digits);
     if (exponent >= 0 && exponent <= exacttens) return value * tens[exponent];
@@ -56,8 +80,6 @@ inline double scaled(std::int64_t digits, int exponent)
     std::snprintf(number, sizeof number, "%llde%d", static_cast<long long>(digits), exponent);
     return std::strtod(number, nullptr);
 }
-
-bool isdigit(char c) { return c >= '0' && c <= '9'; }
 
 // Takes the digits at the front of a field, at most 11, into `value` and returns their count.
 int takedigits(const char*& p, const char* end, std::int64_t& value)
@@ -78,9 +100,8 @@ bool takesign(const char*& p, const char* end)
 // letter E or D. False for anything else.
 bool readfield(std::string_view field, int decimals, double& value)
 {
-    const char *p = field.data(), *end = p + field.size();
-    while (p < end && *p == ' ') ++p;
-    while (p < end && end[-1] == ' ') --end;
+    field = trimmed(field);
+    const char *p = field.data(), *const end = p + field.size();
     value = 0.0;
     if (p == end) return true;
 
@@ -102,50 +123,30 @@ bool readfield(std::string_view field, int decimals, double& value)
     return std::isfinite(value);
 }
 
-// The same for the form in which the table is printed, such as 1.00000E-03, which takes much less
-// time. False for any other form.
-template <int decimals>
-[[gnu::always_inline]] inline bool readprinted(std::string_view field, double& value)
-{
-    const char* p = field.data();
-    bool fits =
-        p[1] == '.' && p[decimals + 2] == 'E' && (p[decimals + 3] == '-' || p[decimals + 3] == '+');
-    const auto digit = [&fits](char c) {
-        const auto d = static_cast<unsigned>(c - '0');
-        fits = fits && d <= 9;
-        return d;
-    };
-    std::int64_t digits = digit(p[0]);
-    for (int i = 0; i < decimals; ++i) digits = 10 * digits + digit(p[2 + i]);
-    const int exponent = static_cast<int>(10 * digit(p[decimals + 4]) + digit(p[decimals + 5]));
-    if (!fits) return false;
-    value = scaled(digits, (p[decimals + 3] == '-' ? -exponent : exponent) - decimals);
-    return true;
-}
-
-template <int decimals>
-[[gnu::always_inline]] inline bool readcolumns(std::string_view field, double& value)
-{
-    return readprinted<decimals>(field, value) || readfield(field, decimals, value);
-}
-
 // Energy, mu/rho and mu_en/rho; the last must be readable, but is not used.
-bool readrow(const text<36>& line, double& x, double& y)
+bool readrow(const text<80>& line, double& x, double& y)
 {
     double z = 0.0;
-    return readcolumns<5>(line(4, 14), x) && readcolumns<3>(line(17, 25), y) &&
-           readcolumns<3>(line(28, 36), z);
+    return readfield(line(4, 14), 5, x) && readfield(line(17, 25), 3, y) &&
+           readfield(line(28, 36), 3, z);
 }
 
-// A row's energy must be above the one before, or the same at an edge, which has two rows.
-void checkorder(const tablerows& t, int i)
+// Ends the program over the line of the table read last; the element stands between the two parts.
+[[noreturn]] void stopatline(const char* before, const char* after)
+{
+    stop("%s: line %ld: %s %.*s%s", coefficienttable, coefficients.lineno(), before,
+         blockname.length(), blockname.ch, after);
+}
+
+// Row i, just read. Its energy must be above the one before, or the same at an edge, which has two
+// rows; what does not look like a row of its own may be part of one, or hold two.
+void checkrow(const tablerows& t, int i, const text<80>& line)
 {
     const double before = i > 1 ? t.xi(i - 1) : 0.0;
-    if (t.xi(i) > before) return;
-    const bool third = i > 2 && t.xi(i - 2) == t.xi(i);
-    if (i > 1 && t.xi(i) == before && !third) return;
-    stop("%s: line %ld: the energies of %.*s do not ascend", coefficienttable,
-         coefficients.lineno(), blockname.length(), blockname.ch);
+    const bool edge = i > 1 && t.xi(i) == before && !(i > 2 && t.xi(i - 2) == before);
+    if (!(t.xi(i) > before) && !edge) stopatline("the energies of", " do not ascend");
+    if (!(t.yi(i) > 0.0)) stopatline("mu/rho of", " is not above 0");
+    if (line.length() > 36) stopatline("text behind column 36 of a row of", "");
 }
 
 template <int n>
@@ -159,25 +160,30 @@ void nextline(text<n>& line)
 // Reads the block from its heading lines on, up to the first line that is no row.
 void readrows(tablerows& t)
 {
-    text<36> line;
+    text<80> line;
     for (int i = 1; i <= 6; ++i) nextline(line);
     while (t.n < 64) {
         nextline(line);
         const int i = t.n + 1;
-        if (!readrow(line, t.xi(i), t.yi(i))) break;
-        checkorder(t, i);
+        if (!readrow(line, t.xi(i), t.yi(i))) return;
+        checkrow(t, i, line);
         t.n = i;
     }
 }
 
 [[noreturn]] void stopoutside(const tablerows& t, float energy)
 {
-    if (t.n < 4) {
-        stop("%s: too few rows for %.*s", coefficienttable, blockname.length(), blockname.ch);
+    char ending[64] = "";
+    if (t.n < 64) {  // a faulty row ends them, too: the line tells where to look
+        std::snprintf(ending, sizeof ending, "; its rows end at line %ld", coefficients.lineno());
     }
-    stop("%s: %.7g keV is outside the usable energies of %.*s, %.7g keV to below %.7g keV",
+    if (t.n < 4) {
+        stop("%s: too few rows for %.*s%s", coefficienttable, blockname.length(), blockname.ch,
+             ending);
+    }
+    stop("%s: %.7g keV is outside the usable energies of %.*s, %.7g keV to below %.7g keV%s",
          coefficienttable, double{energy}, blockname.length(), blockname.ch, 1000.0 * t.xi(2),
-         1000.0 * t.xi(t.n - 1));
+         1000.0 * t.xi(t.n - 1), ending);
 }
 
 // Last row at or below the energy `x` in MeV; 0 if there is none.
@@ -296,10 +302,10 @@ struct formularest {
         working = text<132>(before(used + 1, 132));
         position += used;
     }
-    [[noreturn]] void fault(const char* what) const
+    [[noreturn]] void fault(const char* what, const char* hint = "") const
     {
-        stop("formula \"%.*s\": \"%.*s\" at position %d: %s", formula.length(), formula.ch,
-             working.length() < 8 ? working.length() : 8, working.ch, position, what);
+        stop("formula \"%.*s\": \"%.*s\" at position %d: %s%s", formula.length(), formula.ch,
+             std::min(working.length(), 8), working.ch, position, what, hint);
     }
 };
 
@@ -333,6 +339,47 @@ int findsymbol(const dim<text<2>, 1, 82>& es, const text<2>& symbol)
     return 0;
 }
 
+// A formula that is put together, behind the words that offer it.
+struct offer {
+    char ch[132] = "";
+    int length = 0, groups = 0;
+
+    // Adds `count` atoms; a two-letter symbol takes one digit, so nine at a time.
+    void add(const text<2>& symbol, int count)
+    {
+        const int most = symbol(2) == ' ' ? 999 : 9;
+        for (; count > 0 && groups < 12; count -= most, ++groups) {
+            length += std::snprintf(ch + length, sizeof ch - static_cast<std::size_t>(length),
+                                    "%s%.*s_%d", groups == 0 ? "; write " : "", symbol.length(),
+                                    symbol.ch, std::min(count, most));
+        }
+        if (count > 0) groups = 13;  // more than a formula takes
+    }
+};
+
+// How to write a formula such as "H2O" or "Fe_12O_19" here. Empty where it has more to it than known
+// symbols and counts.
+offer putright(std::string_view formula, const dim<text<2>, 1, 82>& es)
+{
+    offer right;
+    for (formula = trimmed(formula); !formula.empty(); formula = trimmed(formula)) {
+        const std::size_t letters =
+            formula.size() > 1 && formula[1] >= 'a' && formula[1] <= 'z' ? 2 : 1;
+        const text<2> symbol(formula.substr(0, letters));
+        formula.remove_prefix(letters);
+        if (formula.starts_with('_')) formula.remove_prefix(1);
+        int count = 0, digits = 0;
+        for (; digits < 3 && !formula.empty() && isdigit(formula[0]); ++digits) {
+            count = 10 * count + (formula[0] - '0');
+            formula.remove_prefix(1);
+        }
+        if (digits == 0) count = 1;
+        if (findsymbol(es, symbol) == 0 || count == 0) return {};
+        right.add(symbol, count);
+    }
+    return right.groups > 12 ? offer{} : right;
+}
+
 }  // namespace
 
 void contentformula(const text<132>& formula, const dim<text<2>, 1, 82>& es, std::int32_t& j,
@@ -347,8 +394,10 @@ void contentformula(const text<132>& formula, const dim<text<2>, 1, 82>& es, std
         std::int32_t n = 0;
         readgroup(rest, symbol, n);
         const int index = findsymbol(es, symbol);
-        if (index == 0) group.fault("no symbol of an element from hydrogen to lead");
-        if (n < 0) group.fault("the symbol must be followed by \"_\" and a count");
+        if (index == 0 || n < 0) {
+            group.fault("a group is a symbol from H to Pb, \"_\" and a count, no brackets",
+                        putright(formula.all(), es).ch);
+        }
         if (j == 12) group.fault("more than 12 groups");
         ++j;
         indx(j) = index;
@@ -395,14 +444,35 @@ namespace {
 struct modifications {
     int n = 0;
     dim<text<80>, 1, 64> line;
+    dim<float, 1, 64> density;  // g/cm3
 };
 
-std::int32_t atomicnumber(const text<80>& ch80)
+// True if a line is one of element `nz`. Headings have no such number.
+bool isofelement(const infile& densities, const text<80>& line, std::int32_t nz)
 {
-    text<8> ch8(ch80(1, 8));
+    text<8> ch8(line(1, 8));
     std::int32_t mz = 0;
     c8toi(ch8, mz);
-    return mz;
+    if (mz != nz) return false;
+    if (!iswhole(trimmed(line(1, 8)))) {
+        stop("%s: line %ld: \"%.8s\" is no atomic number", densitytable, densities.lineno(),
+             line.ch);
+    }
+    return true;
+}
+
+// The first number in columns 39 to 80 of a line; 0 if there is none.
+float densityin(const infile& densities, const text<80>& line)
+{
+    const text<132> ch132(line(39, 80));
+    dim<float, 1, 32> out;
+    std::int32_t iout = 0;
+    trlch(60, ch132, iout, out);
+    if (iout == 0) return 0.0f;
+    if (!(out(1) >= 0.0f) || !std::isfinite(out(1))) {
+        stop("%s: line %ld: the density is no number from 0 on", densitytable, densities.lineno());
+    }
+    return out(1);
 }
 
 void readmodifications(std::int32_t nz, modifications& found)
@@ -412,28 +482,15 @@ void readmodifications(std::int32_t nz, modifications& found)
     text<80> ch80;
     do {
         if (!densities.next(ch80)) stop("%s: no line for atomic number %d", densitytable, nz);
-    } while (atomicnumber(ch80) != nz);
+    } while (!isofelement(densities, ch80, nz));
     do {
         if (found.n == 64) {
             stop("%s: line %ld: more than 64 lines for atomic number %d", densitytable,
                  densities.lineno(), nz);
         }
         found.line(++found.n) = ch80;
-    } while (densities.next(ch80) && atomicnumber(ch80) == nz);
-}
-
-// The first number in columns 39 to 80 of a line; 0 if there is none.
-float densityin(const text<80>& line)
-{
-    const text<132> ch132(line(39, 80));
-    dim<float, 1, 32> out;
-    std::int32_t iout = 0;
-    trlch(60, ch132, iout, out);
-    if (iout == 0) return 0.0f;
-    if (!std::isfinite(out(1))) {
-        stop("%s: no density in \"%.*s\"", densitytable, line.length(), line.ch);
-    }
-    return out(1);
+        found.density(found.n) = densityin(densities, ch80);
+    } while (densities.next(ch80) && isofelement(densities, ch80, nz));
 }
 
 }  // namespace
@@ -454,27 +511,45 @@ float elementdensity(std::int32_t nz)
     text<132> cheader("density of the modifications");
     query(lq, lk, cheader, ch80);
     // From the line itself: the menu has cut its entries at the terminal width.
-    return lq == 0 ? 0.0f : densityin(found.line(lq));
+    return lq == 0 ? 0.0f : found.density(lq);
 }
 
 // The element list.
+
+namespace {
+
+// Reads the molar weight, g/mol, in a field: one plain number, behind which a unit may stand. 0 for
+// anything else.
+float molarweight(const text<132>& field)
+{
+    dim<float, 1, 32> out;
+    std::int32_t iout = 0;
+    trlch(20, field, iout, out);
+    int k = 1;
+    while (k < 20 && field(k) == ' ') ++k;
+    while (k < 20 && (isdigit(field(k)) || field(k) == '.')) ++k;
+    return iout == 1 && field(k) == ' ' && std::isfinite(out(1)) ? out(1) : 0.0f;
+}
+
+}  // namespace
 
 void readelements(elementlist& elements)
 {
     infile file;
     file.opentable(elementtable);
     text<80> line;
-    dim<float, 1, 32> out;
     for (int i = 1; i <= 82; ++i) {
         if (!file.next(line)) stop("%s: ends after %d of 82 lines", elementtable, i - 1);
         elements.es(i) = text<2>(line(9, 10));
         elements.ename(i) = text<12>(line(17, 28));
-        std::int32_t iout = 0;
-        trlch(20, text<132>(line(30, 49)), iout, out);
-        elements.emolweight(i) = out(1);
-        if (iout < 1 || !(out(1) > 0.0f) || !std::isfinite(out(1)) || line(9) == ' ' ||
-            line(17) == ' ') {
+        elements.emolweight(i) = molarweight(text<132>(line(30, 49)));
+        if (!(elements.emolweight(i) > 0.0f) || line(9) == ' ' || line(17) == ' ') {
             stop("%s: line %d: no symbol, name and molar weight", elementtable, i);
+        }
+        const int k = findsymbol(elements.es, elements.es(i));
+        if (k < i) {
+            stop("%s: line %d: the symbol %.*s stands in line %d too", elementtable, i,
+                 elements.es(i).length(), elements.es(i).ch, k);
         }
     }
 }
@@ -545,7 +620,7 @@ void startup(elementlist& elements)
         " The program uses the tables:",
         " X-Ray Mass Attenuation Coefficients",
         " published by National Institute of Standards and Technology (NIST)",
-        " 1989, 1990, 1996, U.S. Secretary of Commerce on behalf of the United States of America",
+        " 1989, 1990, 1996, U.S. Secretary of Commerce for the United States of America",
         " and",
         " Densities of the Solid Elements, a compilation for attenuation",
         " 2026, the attenuation developers, CC0-1.0",
@@ -592,39 +667,18 @@ text<132> asktext(const char* question, const char* offered, const char* help)
     return chin;
 }
 
-// A number in fixed-point form with up to 4 decimals, right-aligned in at most 16 columns;
-// asterisks where it does not fit. Rounded to the nearest, halves to even: the product below is exact, as a
-// 32-bit number and the power of ten have less than 53 bits between them.
+// A number in fixed-point form, right-aligned in at most 16 columns; asterisks where it does not fit
+// or is none.
 struct fixedpoint {
-    text<16> ch;
+    char ch[64];
     int width;
 
     fixedpoint(float value, int w, int decimals) : width(w)
     {
-        if (!write(value, decimals)) ch.put(1, width, "****************");
+        const int used = std::snprintf(ch, sizeof ch, "%*.*f", w, decimals, double{value});
+        if (used > w || !std::isfinite(value)) std::memset(ch, '*', sizeof ch);
     }
-    operator std::string_view() const { return ch(1, width); }
-
-private:
-    bool write(float value, int decimals)
-    {
-        const double exact = std::fabs(double{value}) * tens[decimals];
-        if (!(exact < 1e15)) return false;
-        auto digits = static_cast<std::int64_t>(exact);
-        const double rest = exact - static_cast<double>(digits);
-        if (rest > 0.5 || (rest == 0.5 && digits % 2 == 1)) ++digits;
-
-        int k = width;
-        for (int n = 0; n <= decimals || digits > 0; ++n, digits /= 10) {
-            if (n == decimals && k > 0) ch(k--) = '.';
-            if (k == 0) return false;
-            ch(k--) = static_cast<char>('0' + digits % 10);
-        }
-        if (!std::signbit(value)) return true;
-        if (k == 0) return false;
-        ch(k) = '-';
-        return true;
-    }
+    operator std::string_view() const { return {ch, static_cast<std::size_t>(width)}; }
 };
 
 // The widths differ on purpose: 7 for elements, 6 for compounds.
@@ -654,11 +708,9 @@ void elementpath(sample& s, const text<12>& name, const absorber& chosen)
     text<16> element;
     nextline(element);
     text<8> number(element(4, 11));
+    const bool whole = iswhole(trimmed(number.all()));
     c8toi(number, s.nz);
-    if (s.nz < 1) {
-        stop("%s: line %ld: no atomic number of %.*s", coefficienttable, coefficients.lineno(),
-             blockname.length(), blockname.ch);
-    }
+    if (!whole || s.nz < 1) stopatline("no atomic number of", "");
     s.iread = 1;
     s.density = elementdensity(s.nz);
     attenuation(energy, s.atc);

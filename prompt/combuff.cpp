@@ -8,12 +8,14 @@
 
 #include "base/channel.h"
 #include "base/printable.h"
-#include "base/tens.h"
 #include "help/comhelp.h"
 #include "terminal/escape.h"
 #include "terminal/readalinef.h"
 
 static_assert(FLT_EVAL_METHOD == 0, "32-bit arithmetic must not be carried out in more bits");
+#if defined __FAST_MATH__ || __FINITE_MATH_ONLY__
+#error "the digits shown depend on exact arithmetic: -ffast-math gives others"
+#endif
 
 // Text utilities.
 
@@ -101,15 +103,7 @@ bool isdigit(char c) { return c >= '0' && c <= '9'; }
 int digitvalue(char c) { return isdigit(c) ? c - '0' : 0; }
 
 // 10 to a power, rounded to 32 bits.
-float tenpower(float exponent)
-{
-    const bool small = std::fabs(exponent) <= static_cast<float>(exacttens);
-    const int n = small ? static_cast<int>(exponent) : 0;
-    if (!small || static_cast<float>(n) != exponent) {
-        return static_cast<float>(std::pow(10.0, double{exponent}));
-    }
-    return static_cast<float>(n >= 0 ? tens[n] : 1.0 / tens[-n]);
-}
+float tenpower(float exponent) { return static_cast<float>(std::pow(10.0, double{exponent})); }
 
 // The number reader: its state while it walks along the columns of one text.
 struct numberscan {

@@ -9,8 +9,8 @@
 builddir=${root:?}/build
 log=$builddir/log
 
-# What is needed: how to tell that it is there (a command, a module of pkg-config, or a library of
-# clang's runtime), and the Debian package that brings it.
+# What is needed: how to tell that it is there (a command, a module of pkg-config, a library of
+# clang's runtime, or the package), and the Debian package that brings it.
 for_program=(
     "command c++         g++"
     "command cmake       cmake"
@@ -26,12 +26,27 @@ for_tests=(
 
 for_fuzzing=(
     "command clang++     clang"
-    "runtime fuzzer      libclang-rt-14-dev"
+    "runtime fuzzer      libclang-rt-dev"
+)
+for_examples=(
+    "command gnuplot     gnuplot-nox"
+    "command python3     python3"
+)
+for_packaging=(
+    "command mandoc      mandoc"
+    "command perl        perl"
 )
 for_everything=(
     "command valgrind    valgrind"
     "command clang-tidy  clang-tidy"
     "command cppcheck    cppcheck"
+    "module libxrl       libxrl-dev"
+    "command reuse       reuse"
+    "command lintian     lintian"
+    "command dh          debhelper"
+    "package build-essential build-essential"
+    "${for_examples[@]}"
+    "${for_packaging[@]}"
 )
 
 say() { printf 'attenuation: %s\n' "$*" >&2; }
@@ -44,6 +59,7 @@ missing() {
         case $kind in
             command) command -v "$name" >/dev/null ;;
             module) pkg-config --exists "$name" 2>/dev/null ;;
+            package) dpkg-query -W "$name" >/dev/null 2>&1 ;;
             runtime) compgen -G "/usr/lib/llvm-*/lib/clang/*/lib/linux/libclang_rt.$name-*.a" >/dev/null ;;
         esac || printf ' %s' "$package"
     done
@@ -63,7 +79,11 @@ must() {
 # Starts an empty log.
 startlog() {
     { mkdir -p "$builddir" && : >"$log"; } 2>/dev/null && return
-    say "cannot write to $builddir"
+    local from
+    printf -v from %q "$root"
+    say "cannot write to $builddir; to build elsewhere and start from there:"
+    say "    cmake -S $from -B ~/attenuation -DBUILD_TESTING=OFF && cmake --build ~/attenuation"
+    say "    cd $from/data && TANOHEPATH=. ~/attenuation/attenuation"
     exit 1
 }
 
