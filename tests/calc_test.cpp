@@ -1,7 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-
-#include <sstream>
-
 #include "calc/attenuation.h"
 #include "help/comhelp.h"
 #include "terminal/key.h"
@@ -30,20 +27,36 @@ struct compound : elementlist {
         readelements(*this);
         contentformula(text<132>(formula), es, j, indx, mult);
     }
+    float coefficient(float value) const
+    {
+        float atc = 0.0f;
+        atcoefficient(5, 6, j, indx, mult, ename, emolweight, value, atc);
+        return atc;
+    }
 };
 
-float ofcompound(const std::string& formula, float value)
+// Writes a block of the coefficient table: of each row the energy and mu/rho, in their columns, or
+// the line as it stands behind a "=".
+void writeblock(const row& c, std::size_t i)
 {
-    const console session("\n");
-    const compound c(formula);
-    float atc = 0.0f;
-    atcoefficient(5, 6, c.j, c.indx, c.mult, c.ename, c.emolweight, value, atc);
-    return atc;
+    std::ofstream table("attenuation.coefficients");
+    table << " Before\n\n Test\nZ =   1\n1\n2\n3\n4\n5\n6\n";
+    for (; i < c.size(); ++i) {
+        char line[80], energy[20]{}, mu[20]{};
+        sscanf(c[i].c_str(), "%19s %19s", energy, mu);
+        snprintf(line, sizeof line, "   %11s  %9s  %9s", energy, mu, mu);
+        table << (c[i].starts_with('=') ? c[i].substr(1) : line) << '\n';
+    }
+}
+
+void near(const std::string& shown, const row& c, std::size_t i, double tolerance)
+{
+    EXPECT_NEAR(std::strtof(shown.c_str() + shown.rfind('<') + 1, nullptr) / c.number(i), 1.0, tolerance) << shown;
 }
 
 }  // namespace
 
-TEST(Attenuation, Tables)
+TEST(Calc, TablesOfItsOwn)
 {
     const workdirectory here;
     cases("tables.txt", {
@@ -57,64 +70,51 @@ TEST(Attenuation, Tables)
             EXPECT_NEAR(att, c.number(3), 2e-5);
             EXPECT_DOUBLE_EQ(xs(4), 1000.0 * last);  // keV now
         }},
-        {"table", [](auto& c) {
-            std::ofstream table("attenuation.coefficients");
-            for (const std::string& part : c) table << part;
-        }},
+        {"block", [](auto& c) { writeblock(c, 0); }},
         {"value", [](auto& c) {
-            EXPECT_NEAR(coefficient("Test", c.number(0)), c.number(1), c.number(2));
+            near(said([&c] { tell(coefficient("Test", c.number(0))); }), c, 1, c.number(2));
         }},
-        {"fault", [](auto& c) { c.expectin(fault([&] { coefficient(c[0], c.number(1)); }), 2); }},
-    });
-}
-
-TEST(Formula, Groups)
-{
-    std::filesystem::current_path(DATA_DIR);
-    cases("formulas.txt", {
-        {"good", [](auto& c) {
-            const compound found(c[0]);
-            std::string pairs;
-            for (int i = 1; i <= found.j; ++i) {
-                pairs += std::to_string(found.indx(i)) + " " + std::to_string(found.mult(i)) + " ";
-            }
-            EXPECT_EQ(pairs, c[1] + " ");
+        {"refused", [](auto& c) {
+            writeblock(c, 1);
+            row("<attenuation: attenuation.coefficients: " + c[0]).expectin(said([] { tell(coefficient("Test", 1.5f)); }), 0);
         }},
-        {"bad", [](auto& c) { c.expectin(fault([&] { compound found(c[0]); }), 1); }},
-    });
-}
-
-TEST(Compound, IsTheMassFractionSumOfItsElements)
-{
-    std::filesystem::current_path(DATA_DIR);
-    EXPECT_FLOAT_EQ(ofcompound("Fe_7", 14.4f), coefficient("Iron", 14.4f));
-    EXPECT_FLOAT_EQ(ofcompound("H_4O_2", 30.0f), ofcompound("H_1O_1H_1", 30.0f));
-    cases("compounds.txt", {
-        {"published", [](auto& c) {
-            EXPECT_NEAR(ofcompound(c[0], c.number(1)) / c.number(2), 1.0, 0.0006);
-        }},
-        {"fault", [](auto& c) { c.expectin(fault([&] { ofcompound(c[0], c.number(1)); }), 2); }},
-    });
-}
-
-TEST(Density, Tables)
-{
-    const workdirectory here;
-    cases("densities.txt", {
-        {"table", [](auto& c) { std::ofstream("dichte.dat", std::ios::app) << c[0] << '\n'; }},
-        {"value", [](auto& c) {
+        {"densities", [](auto& c) { std::ofstream("dichte.dat", std::ios::app) << c[0] << '\n'; }},
+        {"density", [](auto& c) {
             scrd.helpar(3) = "kept";
-            const console session(c[1]);
-            window(1);
-            EXPECT_FLOAT_EQ(elementdensity(c.integer(0)), c.number(2));
-            EXPECT_EQ(scrd.helpar(2), text<132>("read/modification"));
-            EXPECT_EQ(scrd.helpar(3), text<132>("kept"));
+            const auto action = [&c] {
+                window(1);
+                tell(elementdensity(c.integer(0)));
+                tell(scrd.helpar(2), scrd.helpar(3), rest());
+            };
+            c.expectin(said(action, c[1]), 2);
         }},
-        {"fault", [](auto& c) { c.expectin(fault([&] { elementdensity(c.integer(0)); }), 1); }},
         {"elements", [](auto& c) {
             std::ofstream("elements.dat") << c[0];
             elementlist list;
-            c.expectin(fault([&list] { readelements(list); }), 1);
+            c.expectin(said([&list] { readelements(list); }), 1);
+        }},
+        {"missing", [](auto& c) {
+            std::filesystem::remove(c[0]);
+            c.expectin(said([] { readelements(*new elementlist); }), 1);
+        }},
+    });
+}
+
+TEST(Calc, ShippedTables)
+{
+    std::filesystem::current_path(DATA_DIR);
+    cases("formulas.txt", {
+        {"groups", [](auto& c) {
+            c.expectin(said([&c] {
+                const compound found(c[0]);
+                for (int i = 1; i <= found.j; ++i) tell(found.indx(i), found.mult(i));
+            }), 1);
+        }},
+        {"published", [](auto& c) {
+            near(said([&c] { tell(compound(c[0]).coefficient(c.number(1))); }, "\n"), c, 2, 0.0006);
+        }},
+        {"fault", [](auto& c) {
+            c.expectin(said([&c] { tell(compound(c[0]).coefficient(30.0f)); }, "\n"), 1);
         }},
     });
 }

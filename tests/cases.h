@@ -1,22 +1,18 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // tests/cases.h: tables of cases, out of the text files in tests/cases.
 //
-// One case is one line, its fields separated by " | ". Blanks around a field do not count unless
-// the field stands in double quotes. In a field \n, \r, \t, \e (escape) and octal codes such as \0
-// or \177 stand for those characters, any other character behind "\" for itself, and {3*ab} for
-// ababab. "#" at the start of a line, or behind two blanks, begins a comment. A line such as [name]
-// begins a section, whose cases go to a check of its own.
+// One case is one line, its fields separated by " | "; blanks around a field count only inside
+// double quotes. \n, \r, \t, \e (escape) and octal codes such as \0 or \177 stand for those
+// characters, any other character behind "\" for itself, {3*ab} for ababab. "#" at the start of a
+// line, or behind two blanks, begins a comment; [name] a section, which has a check of its own.
 #pragma once
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <fstream>
 #include <functional>
 #include <map>
-#include <string>
-#include <string_view>
-#include <vector>
+#include <sstream>
 
 inline std::string unescaped(std::string_view from)
 {
@@ -44,15 +40,13 @@ struct row : std::vector<std::string> {
     explicit row(std::string_view line)
     {
         line = line.substr(0, line.find("  # "));
-        for (bool more = true; more;) {
-            const auto bar = line.find(" | ");
-            std::string_view field = line.substr(0, bar);
+        for (std::size_t at = 0, bar = 0; bar != line.npos; at = bar + 3) {
+            bar = line.find(" | ", at);
+            std::string_view field = line.substr(at, bar - at);
             field.remove_prefix(std::min(field.find_first_not_of(' '), field.size()));
             field = field.substr(0, field.find_last_not_of(' ') + 1);
             const bool quoted = field.size() > 1 && field.front() == '"' && field.back() == '"';
             push_back(unescaped(quoted ? field.substr(1, field.size() - 2) : field));
-            more = bar != line.npos;
-            if (more) line.remove_prefix(bar + 3);
         }
     }
     // Field i, from 0; empty, and 0 as a number, if the line has no such field.
@@ -76,19 +70,17 @@ struct row : std::vector<std::string> {
 
 // Reads the file and hands each case to the check of its section, "" ahead of the first. What fails
 // names the line.
-inline void cases(const char* file,
+inline void cases(const std::string& name,
                   const std::map<std::string, std::function<void(const row&)>>& checks)
 {
-    const std::string name = std::string(CASES_DIR "/") + file;
-    std::ifstream in(name);
+    std::ifstream in(CASES_DIR "/" + name);
     std::string line, section;
-    int number = 1, count = 0;
+    int number = 1;
     for (; std::getline(in, line); ++number) {
         const testing::ScopedTrace at(name.c_str(), number, line);
         if (line.empty() || line[0] == '#') continue;
-        if (line.front() == '[' && line.back() == ']') section = line.substr(1, line.size() - 2);
-        else checks.at(section)(row(line)), ++count;
-        ASSERT_TRUE(checks.contains(section));
+        if (line.front() != '[' || line.back() != ']') checks.at(section)(row(line));
+        else section = line.substr(1, line.size() - 2);
     }
-    EXPECT_GT(count, 0) << name;
+    EXPECT_GT(number, 9) << name;
 }

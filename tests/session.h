@@ -7,20 +7,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <filesystem>
 
 #include "base/channel.h"
 #include "tests/cases.h"
-
-// A file without a name, holding `content`, at its start.
-inline int memoryfile(const std::string& content)
-{
-    const int fd = memfd_create("session", MFD_CLOEXEC);
-    if (write(fd, content.data(), content.size()) != static_cast<ssize_t>(content.size())) abort();
-    lseek(fd, 0, SEEK_SET);
-    return fd;
-}
 
 inline std::string contentof(int fd)
 {
@@ -30,96 +20,71 @@ inline std::string contentof(int fd)
     return content;
 }
 
-struct result {
-    std::string out, err;
-    int status = 0;  // exit status, or -1 if a signal ended the process
-};
-
-// Carries out `action` in a process of its own, with `input` on standard input.
-inline result apart(auto action, const std::string& input = "")
+// Writes values behind the output, in the form <1><text>.
+inline void tell(const auto&... value)
 {
+    const auto one = [](const auto& v) {
+        std::ostringstream shown;
+        if constexpr (requires { v.blank(); }) shown << '<' << v.trimmed() << '>';
+        else shown << '<' << v << '>';
+        writepart(6, shown.str());
+    };
+    (one(value), ...);
+}
+
+// What has not been read of the input.
+inline std::string rest()
+{
+    char unread[999];
+    return {unread, unread + std::max(read(0, unread, sizeof unread), ssize_t{0})};
+}
+
+// What `action` writes, in a process of its own and with `input` on standard input. A fault, which
+// ends it with status 1, is one line on standard error.
+inline std::string said(auto action, const std::string& input = "")
+{
+    int streams[3];
+    for (int& fd : streams) fd = memfd_create("session", MFD_CLOEXEC);
+    if (write(streams[0], input.data(), input.size()) < 0) abort();
+    lseek(streams[0], 0, SEEK_SET);
     std::fflush(nullptr);  // or both processes write what is collected
-    const int streams[] = {memoryfile(input), memoryfile(""), memoryfile("")};
     const pid_t child = fork();
     if (child == 0) {
         for (int fd : {0, 1, 2}) dup2(streams[fd], fd);
         alarm(60);
         action();
+        flushoutput();
         _exit(0);
     }
     int status = 0;
     waitpid(child, &status, 0);
     close(streams[0]);
-    return {contentof(streams[1]), contentof(streams[2]),
-            WIFEXITED(status) ? WEXITSTATUS(status) : -1};
+    const std::string out = contentof(streams[1]), err = contentof(streams[2]);
+    EXPECT_EQ(status, err.empty() ? 0 : W_EXITCODE(1, 0)) << err;
+    EXPECT_TRUE(err.empty() || (err.starts_with("attenuation: ") && err.find('\n') + 1 == err.size())) << err;
+    return out + err;
 }
 
-// What `action` says when it ends the process with a fault, as it should.
-inline std::string fault(auto action)
+// Runs the program on the shipped tables.
+inline std::string run(const std::string& input)
 {
-    const result r = apart(action);
-    EXPECT_EQ(r.status, 1) << r.err;
-    return r.err;
-}
-
-// Runs the program in `directory`.
-inline result run(const std::string& input, const std::string& directory = DATA_DIR)
-{
-    const auto program = [&directory] {
-        setenv("TANOHEPATH", DATA_DIR, 1);
+    const auto program = [] {
+        setenv("TANOHEPATH", ".", 1);
         setenv("TERM", "dumb", 1);
-        if (chdir(directory.c_str()) == 0) execl(PROGRAM, PROGRAM, nullptr);
-        _exit(127);
+        if (chdir(DATA_DIR) == 0) execl(PROGRAM, PROGRAM, nullptr);
     };
-    return apart(program, input);
+    return said(program, input);
 }
 
-// Standard input and output of this process for the life of the value. After a failure, which may
-// have been reported meanwhile, the output goes where it used to.
-struct console {
-    explicit console(const std::string& input) : in(dup(0)), out(dup(1)), collected(memoryfile(""))
-    {
-        flushoutput();
-        const int answers = memoryfile(input);
-        dup2(answers, 0);
-        close(answers);
-        dup2(collected, 1);
-    }
-    ~console()
-    {
-        flushoutput();
-        dup2(in, 0);
-        dup2(out, 1);
-        const std::string seen = contentof(collected);
-        if (testing::Test::HasFailure() && write(1, seen.data(), seen.size()) < 0) abort();
-        for (int fd : {in, out}) close(fd);
-    }
-    std::string output() const
-    {
-        flushoutput();
-        return contentof(dup(collected));
-    }
-    // What has not been read of the input.
-    static std::string rest()
-    {
-        char unread[4096]{};
-        return {unread, unread + std::max(read(0, unread, sizeof unread), ssize_t{0})};
-    }
-
-    const int in, out, collected;
-};
-
-// A directory with the given files that is the working directory for the life of the value.
+// A directory of its own as the working directory for the life of the value.
 struct workdirectory {
     std::string path = "/tmp/attenuation-test-XXXXXX";
     std::filesystem::path before = std::filesystem::current_path();
 
-    // Of the files: name and content.
-    workdirectory(const std::initializer_list<std::pair<std::string, std::string>>& files = {})
+    workdirectory()
     {
         if (mkdtemp(path.data()) == nullptr) abort();
         std::filesystem::current_path(path);
-        for (const auto& [name, content] : files) std::ofstream(name) << content;
     }
     ~workdirectory()
     {
@@ -128,8 +93,3 @@ struct workdirectory {
     }
     workdirectory(const workdirectory&) = delete;
 };
-
-inline std::string filecontent(const std::string& name)
-{
-    return contentof(open(name.c_str(), O_RDONLY));
-}
