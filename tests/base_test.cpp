@@ -12,10 +12,8 @@ TEST(Field, StopsOutsideItsBounds)
     text<4> field("abcdef");
     field.put(2, 3, "x");
     EXPECT_TRUE(field.all() == "ax d" && three(1) == 0 && three(3) == 0 && field(5, 4).empty());
-    for (int i : {0, 4}) row("outside 1..3\\n>").expectin(said([&] { three(i) = 1; }), 0);
-    for (const auto& [i, j] : {std::pair(2, 5), {0, 1}, {3, 1}}) {
-        row("of a 4-column text\\n>").expectin(said([&] { field.put(i, j, ""); }), 0);
-    }
+    for (int i : {0, 4}) row("outside 1..3").expectin(said([&] { three(i) = 1; }), 0);
+    for (int i : {0, 2, 5}) row("of a 4-column").expectin(said([&] { field.put(i, i == 2 ? 0 : 5, ""); }), 0);
 }
 
 TEST(Base, Cases)
@@ -49,29 +47,29 @@ TEST(Infile, ReadsAndFindsAsLineByLine)
 {
     const workdirectory here;
     std::mt19937 random(1);
-    const char* const parts[] = {" Iron", " Ironore", "Iron", "  Iron", " Iro", " EE", " E", " Dy\r", "", "4E"};
+    const char* const parts[] = {" Iron", " Ironore", " Iro", " EE", " E", "Iron", "  Iron", " Dy\r", ""};
     for (int i = 0; i < 400; ++i) {
         std::string content;
         for (auto n = random() % 30; n > 0; --n) {
-            if (random() % 6 == 0) content += std::string(32780 - content.size() % 32768 - random() % 12, 'D');
+            if (random() % 6 == 0) content.resize((content.size() / 32768 + 1) * 32768 + 9 - random() % 12, 'D');
             content += parts[random() % std::size(parts)];
             if (random() % 5 != 0) content += '\n';
         }
         std::ofstream("table") << content;
-        const std::string wanted = std::string(parts[random() % 7]).substr(1);
+        const std::string wanted = std::string(parts[random() % 5]).substr(1);
         infile file;
         ASSERT_TRUE(file.open("table"));
         std::istringstream lines(content);
         text<6> read;
-        long number = 0, steps = 0;
-        for (std::string line; std::getline(lines, line);) {
-            ++number;
+        long number = 0;
+        bool at = true;  // the file has been read up to this line
+        for (std::string line; std::getline(lines, line); ++number) {
             if (line.size() <= 6 && line.ends_with('\r')) line.pop_back();
-            if (line.empty() || !line.substr(1).starts_with(wanted)) continue;
-            ASSERT_TRUE(file.nextwith(wanted) && file.lineno() == number) << content << number;
-            if (++steps % 3 != 0 || !std::getline(lines, line)) continue;
-            if (line.size() <= 6 && line.ends_with('\r')) line.pop_back();
-            ASSERT_TRUE(file.next(read) && read == text<6>(line) && file.lineno() == ++number) << line;
+            const bool next = at && number % 3 == 1;
+            at = next || (!line.empty() && line.substr(1).starts_with(wanted));
+            if (!at) continue;
+            ASSERT_TRUE(next ? file.next(read) && read == text<6>(line) : file.nextwith(wanted)) << line;
+            ASSERT_EQ(file.lineno(), number + 1);
         }
         ASSERT_TRUE(!file.nextwith(wanted) && file.lineno() == number && !file.next(read) && read.blank());
         for (file.rewind(); file.next(read);) --number;

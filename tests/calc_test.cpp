@@ -37,7 +37,7 @@ void compound(const std::string& formula, float value)
 void writeblock(const row& c, std::size_t i)
 {
     std::ofstream table("attenuation.coefficients");
-    table << " Before\n\n Test\nZ =   1\n1\n2\n3\n4\n5\n6\n";
+    table << " Before\n\n" << (i < c.size() ? " Test\nZ =   1\n1\n2\n3\n4\n5\n6\n" : "");
     for (; i < c.size(); ++i) {
         char line[80], energy[20]{}, mu[20]{};
         sscanf(c[i].c_str(), "%19s %19s", energy, mu);

@@ -5,24 +5,24 @@
 
 namespace {
 
-std::string entries;  // of the menus to come, one a line
-
-// Shows a menu: default, "#" behind it for equal columns, keys, the modes of columns 131 and 132, the
-// title and the width are the first fields of the case.
+// Shows a menu: the entries, one a line, the default, the keys and the set-up are the first fields.
 void menu(const row& c)
 {
-    term.npl = term.ncol(1) = c[4].empty() ? 80 : c.integer(4);
+    int width = 80;
+    char mode = '-', title[132] = "select";
+    sscanf(c[3].c_str(), "%d %c %131[^\n]", &width, &mode, title);
+    term.npl = term.ncol(1) = width;
     std::int32_t lq = 0, lk = -1;
-    std::istringstream all(entries);
+    std::istringstream all(c[0]);
     for (std::string line; std::getline(all, line);) {
         scrd.queryar(++lq) = text<132>(line);
         scrd.helpar(lq) = "read/key";
         scrd.ext(lq) = text<16>();
     }
-    text<132> cheader(c[3].empty() ? "select" : c[3]);
-    cheader.put(131, 132, c[2]);
-    text<80> chdf(c[0]);
-    if (c[0].ends_with('#')) chdf(chdf.length()) = ' ', chdf(80) = '#';
+    text<132> cheader(title);
+    cheader(mode == 'g' ? 131 : 132) = mode;
+    text<80> chdf(c[1]);
+    if (c[1].ends_with('#')) chdf(chdf.length()) = ' ', chdf(80) = '#';
     query(lq, lk, cheader, chdf);
     tell(lq, lk, text<79>(chdf(1, 79)), static_cast<unsigned char>(chdf(80)) - '0', rest());
 }
@@ -41,15 +41,14 @@ TEST(Help, Cases)
     std::setvbuf(script, nullptr, _IONBF, 0);
     connectscript(script);
     cases("help.txt", {
-        {"entries", [](auto& c) { entries = c[0]; }},
-        {"menus", [](auto& c) { c.expectin(said([&] { menu(c); }, c[1]), 5); }},
-        {"choices", [](auto& c) {
-            c.expectin(said([&] { menu(row(c[0])); }, c[1]), 2);
-        }},
-        {"script", [&](auto& c) {
-            if (c[0] != "-") std::ofstream("script") << c[0];
+        {"menus", [&, entries = std::string()](row c) mutable {
+            if (c[0].empty()) c.front() = entries;
+            entries = c[0];
+            if (c[3].find(" w ") != std::string::npos) std::ofstream("script");
             std::rewind(script);
+            c.expectin(said([&] { menu(c); }, c[2]), 4);
         }},
+        {"script", [](auto& c) { std::ofstream("script") << c[0]; }},
         {"file", [](auto& c) { std::ofstream("attenuation.help") << c[0]; }},
         {"pages", [](auto& c) {
             scrd.queryar(1) = "the caller's";
@@ -60,9 +59,8 @@ TEST(Help, Cases)
     });
     connectscript(nullptr);
     std::fclose(script);
-    entries = std::string(132, 'y') + "\nshort\n" + std::string(132, 'y') + "\n";
-    for (int width = 8; width < 200; width += 7) {  // any width
-        const row c("sh# | \\n | \"\" | title | " + std::to_string(width));
-        row("<2><0><short>").expectin(said([&] { menu(c); }, "\n"), 0);
+    for (int width = 2; width < 200; width += 7) {  // any width
+        const row c("{132*y}\\nshort\\n{132*y}\\n | sh# | \\n | " + std::to_string(width));
+        row("<2><0><sh").expectin(said([&] { menu(c); }, "\n"), 0);
     }
 }

@@ -136,7 +136,7 @@ struct screen {
     {
         const std::string command =
             "export TANOHEPATH=. TERM=xterm INPUTRC=/dev/null PATH=\"${0%/*}:$PATH\"; ulimit -c 0;"
-            " shell() { PS1='$ ' exec bash --norc --noprofile -ib; }; cd '" DATA_DIR "'; " + before + "; exec \"$0\"";
+            " shell() { PS1='$ ' exec bash --norc --noprofile -i; }; cd '" DATA_DIR "'; " + before + "; exec \"$0\"";
         close(master);
         login_tty(slave);
         signal(SIGTTOU, SIG_IGN);  // for tcsetpgrp from the background

@@ -12,12 +12,11 @@
 #include "base/channel.h"
 #include "tests/cases.h"
 
-inline std::string contentof(int fd)
+inline std::string contentof(const std::string& file)
 {
-    std::string content(static_cast<std::size_t>(lseek(fd, 0, SEEK_END)), '\0');
-    if (pread(fd, content.data(), content.size(), 0) < 0) abort();
-    close(fd);
-    return content;
+    std::ostringstream content;
+    content << std::ifstream(file).rdbuf();
+    return content.str();
 }
 
 // Writes values behind the output, in the form <1><text>.
@@ -45,8 +44,7 @@ inline std::string said(auto action, const std::string& input = "")
 {
     int streams[3];
     for (int& fd : streams) fd = memfd_create("session", MFD_CLOEXEC);
-    if (write(streams[0], input.data(), input.size()) < 0) abort();
-    lseek(streams[0], 0, SEEK_SET);
+    if (pwrite(streams[0], input.data(), input.size(), 0) < 0) abort();
     std::fflush(nullptr);  // or both processes write what is collected
     const pid_t child = fork();
     if (child == 0) {
@@ -58,8 +56,9 @@ inline std::string said(auto action, const std::string& input = "")
     }
     int status = 0;
     waitpid(child, &status, 0);
-    close(streams[0]);
-    const std::string out = contentof(streams[1]), err = contentof(streams[2]);
+    const std::string out = contentof("/proc/self/fd/" + std::to_string(streams[1]));
+    const std::string err = contentof("/proc/self/fd/" + std::to_string(streams[2]));
+    for (int fd : streams) close(fd);
     EXPECT_EQ(status, err.empty() ? 0 : W_EXITCODE(1, 0)) << err;
     EXPECT_TRUE(err.empty() || (err.starts_with("attenuation: ") && err.find('\n') + 1 == err.size())) << err;
     return out + err;
@@ -68,12 +67,10 @@ inline std::string said(auto action, const std::string& input = "")
 // Runs the program on the shipped tables.
 inline std::string run(const std::string& input)
 {
-    const auto program = [] {
-        setenv("TANOHEPATH", ".", 1);
-        setenv("TERM", "dumb", 1);
-        if (chdir(DATA_DIR) == 0) execl(PROGRAM, PROGRAM, nullptr);
-    };
-    return said(program, input);
+    setenv("TANOHEPATH", DATA_DIR, 1);
+    setenv("TERM", "dumb", 1);
+    std::filesystem::current_path(DATA_DIR);
+    return said([] { execl(PROGRAM, PROGRAM, nullptr); }, input);
 }
 
 // A directory of its own as the working directory for the life of the value.
