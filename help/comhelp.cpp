@@ -50,7 +50,7 @@ struct menu {
     int ikey = 0;         // 1: a step forward, -1: back, 0: search, -2: nowhere
     int jjq = 0;          // entry at the cursor, 0 for none
     int jq = 0;           // highlighted entry, 0 for none
-    text<132> ch132;      // the answer
+    text<132> ch132{};    // the answer
 };
 
 bool readswidth(char wrb) { return wrb == 'w' || wrb == 'r' || wrb == 'l'; }
