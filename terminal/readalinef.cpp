@@ -41,7 +41,7 @@ void restoreterminal()
 // moves over bytes that are no letters (found by fuzzing).
 void prepareediting()
 {
-    rl_getc_function = isatty(STDIN_FILENO) ? rl_getc : nextbyte;
+    if (!isatty(STDIN_FILENO)) rl_getc_function = nextbyte;
     static bool prepared = false;
     if (prepared) return;
     prepared = true;
