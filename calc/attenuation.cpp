@@ -320,7 +320,7 @@ void readgroup(formularest& rest, text<2>& symbol, std::int32_t& n)
     const char d3 = w(5);
     int p = oneletter ? 4 : 5;
     n = d1 - '0';
-    for (char d : {d2, d3}) {
+    for (const char d : {d2, d3}) {
         if (!isdigit(d)) continue;
         n = 10 * n + (d - '0');
         ++p;
@@ -631,7 +631,7 @@ void startup(elementlist& elements)
         "",
         "",
     };
-    for (std::string_view line : lines) writerecord(nwr, {line});
+    for (const std::string_view line : lines) writerecord(nwr, {line});
     readelements(elements);
     localpath.localhepath = "/attenuation.help";
 }

@@ -53,8 +53,8 @@ void prepareediting()
     rl_variable_bind("convert-meta", "off");
     rl_variable_bind("output-meta", "on");
     rl_variable_bind("editing-mode", "emacs");
-    const Keymap meta = rl_get_keymap_by_name("emacs-meta");
-    for (char key : {'J', 'M'}) rl_bind_key_in_map(key & 31, nothingdone, meta);
+    Keymap meta = rl_get_keymap_by_name("emacs-meta");
+    for (const char key : {'J', 'M'}) rl_bind_key_in_map(key & 31, nothingdone, meta);
     rl_completion_entry_function = nothing;
 }
 
