@@ -93,16 +93,13 @@ void await(int fd, short event)
 
 void collect(std::string_view part)
 {
-    if (part.empty()) return;
-    while (part.size() > sizeof collected - ncollected) {
-        const std::size_t count = sizeof collected - ncollected;
+    while (!part.empty()) {
+        const std::size_t count = std::min(part.size(), sizeof collected - ncollected);
         std::memcpy(collected + ncollected, part.data(), count);
         ncollected += count;
-        flushoutput();
+        if (ncollected == sizeof collected) flushoutput();
         part.remove_prefix(count);
     }
-    std::memcpy(collected + ncollected, part.data(), part.size());
-    ncollected += part.size();
 }
 
 }  // namespace
@@ -246,24 +243,19 @@ bool infile::fill()
 bool infile::next(char* to, int n)
 {
     linefield line{to, n};
-    if (at == filled && !fill()) {
-        line.finish();
-        return false;
-    }
-    do {
-        const char* from = block + at;
-        const void* end = std::memchr(from, '\n', static_cast<std::size_t>(filled - at));
+    bool any = false, whole = false;
+    while (!whole && (at < filled || fill())) {
+        const char* const from = block + at;
+        const void* const end = std::memchr(from, '\n', static_cast<std::size_t>(filled - at));
+        whole = end != nullptr;
         const int count =
-            end ? static_cast<int>(static_cast<const char*>(end) - from) : filled - at;
+            whole ? static_cast<int>(static_cast<const char*>(end) - from) : filled - at;
         line.add(from, count);
-        at += count;
-        if (end) {
-            ++at;
-            break;
-        }
-    } while (fill());
+        at += count + (whole ? 1 : 0);
+        any = true;
+    }
     line.finish();
-    return true;
+    return any;
 }
 
 // Looks for the line among those that lie whole in the block before `end`, and goes on behind the

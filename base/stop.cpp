@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "base/stop.h"
 
+#include <unistd.h>
+
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -19,6 +21,6 @@ void stop(const char* format, ...)
 
     writeout();
     const printable<sizeof message * 2> shown{std::string_view(message)};
-    std::fprintf(stderr, "attenuation: %.*s\n", shown.length, shown.ch);
+    dprintf(STDERR_FILENO, "attenuation: %.*s\n", shown.length, shown.ch);
     std::exit(EXIT_FAILURE);
 }

@@ -81,22 +81,14 @@ double scaled(std::int64_t digits, int exponent)
     return std::strtod(number, nullptr);
 }
 
-// Takes the digits at the front of a field, at most 11, into `value` and returns their count.
-int takedigits(const char*& p, const char* end, std::int64_t& value)
-{
-    const char* const first = p;
-    for (; p < end && isdigit(*p); ++p) value = 10 * value + (*p - '0');
-    return static_cast<int>(p - first);
-}
-
-// Takes a sign, if there is one. True for a minus.
+// Takes a sign from the front, if there is one. True for a minus.
 bool takesign(const char*& p, const char* end)
 {
     return p < end && (*p == '-' || *p == '+') && *p++ == '-';
 }
 
-// Reads a number that stands in a field of fixed columns: blanks around it do not matter, a blank
-// field is 0, a point left out stands before the last `decimals` digits, the exponent has the
+// Reads a number that stands in a field of at most 11 columns: blanks around it do not matter, a
+// blank field is 0, a point left out stands before the last `decimals` digits, the exponent has the
 // letter E or D. False for anything else.
 bool readfield(std::string_view field, int decimals, double& value)
 {
@@ -106,20 +98,26 @@ bool readfield(std::string_view field, int decimals, double& value)
     if (p == end) return true;
 
     const bool minus = takesign(p, end);
-    std::int64_t digits = 0, exponent = 0;
-    int count = takedigits(p, end, digits);
-    if (p < end && *p == '.') {
-        decimals = takedigits(++p, end, digits);
-        count += decimals;
+    const char *const first = p, *point = nullptr;
+    std::int64_t digits = 0;
+    for (; p < end && (isdigit(*p) || (*p == '.' && point == nullptr)); ++p) {
+        if (*p == '.') point = p;
+        else digits = 10 * digits + (*p - '0');
     }
-    if (count == 0) return false;
+    if (p - first == (point ? 1 : 0)) return false;
+    if (point) decimals = static_cast<int>(p - point - 1);
+
+    int exponent = 0;
     if (p < end && (*p == 'E' || *p == 'e' || *p == 'D' || *p == 'd')) {
         const bool down = takesign(++p, end);
-        if (takedigits(p, end, exponent) == 0 || exponent > 9999) return false;
+        if (p == end) return false;
+        for (; p < end && isdigit(*p) && exponent <= 999; ++p) {
+            exponent = 10 * exponent + (*p - '0');
+        }
         if (down) exponent = -exponent;
     }
     if (p < end) return false;
-    value = scaled(minus ? -digits : digits, static_cast<int>(exponent) - decimals);
+    value = scaled(minus ? -digits : digits, exponent - decimals);
     return std::isfinite(value);
 }
 
@@ -322,7 +320,7 @@ void readgroup(formularest& rest, text<2>& symbol, std::int32_t& n)
     const char d3 = w(5);
     int p = oneletter ? 4 : 5;
     n = d1 - '0';
-    for (char d : {d2, d3}) {
+    for (const char d : {d2, d3}) {
         if (!isdigit(d)) continue;
         n = 10 * n + (d - '0');
         ++p;
@@ -331,12 +329,20 @@ void readgroup(formularest& rest, text<2>& symbol, std::int32_t& n)
     if (n >= 0) rest.drop(p - 1);
 }
 
+// Number of the element with this symbol, 0 if there is none. Of two the program cannot know which
+// is meant.
 int findsymbol(const dim<text<2>, 1, 82>& es, const text<2>& symbol)
 {
+    int found = 0;
     for (int i = 1; i <= 82; ++i) {
-        if (es(i) == symbol) return i;
+        if (es(i) != symbol) continue;
+        if (found > 0) {
+            stop("%s: line %d: the symbol %.*s stands in line %d too", elementtable, i,
+                 symbol.length(), symbol.ch, found);
+        }
+        found = i;
     }
-    return 0;
+    return found;
 }
 
 // A formula that is put together, behind the words that offer it.
@@ -501,7 +507,8 @@ float elementdensity(std::int32_t nz)
     readmodifications(nz, found);
     std::int32_t lq = found.n, lk = found.n;
     for (int k = 1; k <= lq; ++k) {
-        scrd.queryar(k) = text<132>(printable<160>(found.line(k)(9, 80)).view());
+        const text<80>& line = found.line(k);
+        scrd.queryar(k) = text<132>(printable<160>(line(9, std::max(8, line.length()))).view());
         scrd.ext(k) = text<16>();
     }
     text<80> ch80(scrd.queryar(1)(1, 10));
@@ -525,10 +532,11 @@ float molarweight(const text<132>& field)
     dim<float, 1, 32> out;
     std::int32_t iout = 0;
     trlch(20, field, iout, out);
+    if (iout != 1 || !std::isfinite(out(1))) return 0.0f;
     int k = 1;
-    while (k < 20 && field(k) == ' ') ++k;
-    while (k < 20 && (isdigit(field(k)) || field(k) == '.')) ++k;
-    return iout == 1 && field(k) == ' ' && std::isfinite(out(1)) ? out(1) : 0.0f;
+    while (field(k) == ' ') ++k;
+    while (isdigit(field(k)) || field(k) == '.') ++k;
+    return field(k) == ' ' ? out(1) : 0.0f;
 }
 
 }  // namespace
@@ -545,11 +553,6 @@ void readelements(elementlist& elements)
         elements.emolweight(i) = molarweight(text<132>(line(30, 49)));
         if (!(elements.emolweight(i) > 0.0f) || line(9) == ' ' || line(17) == ' ') {
             stop("%s: line %d: no symbol, name and molar weight", elementtable, i);
-        }
-        const int k = findsymbol(elements.es, elements.es(i));
-        if (k < i) {
-            stop("%s: line %d: the symbol %.*s stands in line %d too", elementtable, i,
-                 elements.es(i).length(), elements.es(i).ch, k);
         }
     }
 }
@@ -628,7 +631,7 @@ void startup(elementlist& elements)
         "",
         "",
     };
-    for (std::string_view line : lines) writerecord(nwr, {line});
+    for (const std::string_view line : lines) writerecord(nwr, {line});
     readelements(elements);
     localpath.localhepath = "/attenuation.help";
 }

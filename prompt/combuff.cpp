@@ -177,7 +177,7 @@ eletter meaning(std::string_view before)
 bool scancolumn(numberscan& s, std::string_view columns, int& k)
 {
     const char c = columns[static_cast<std::size_t>(k - 1)];
-    if (c == ' ' && !s.nnum && s.pt == 1.0f) {  // no number is being built: most columns
+    if (c == ' ' && !s.nnum && s.pt == 1.0f) {  // no number is being built
         s.nex = 0;                              // a blank cancels an exponent
         return true;
     }
@@ -207,7 +207,8 @@ bool scancolumn(numberscan& s, std::string_view columns, int& k)
 
 void trlch(std::int32_t n_ch, const text<132>& chin, std::int32_t& iout, dim<float, 1, 32>& out)
 {
-    const int nch = n_ch < 0 ? 0 : n_ch < 132 ? n_ch : 132;
+    // The blank behind the text ends its last number; further ones change nothing.
+    const int nch = std::clamp(n_ch, 0, std::min(chin.length() + 1, 132));
     const std::string_view columns = chin(1, nch);
     numberscan s;
     for (int k = 1; k <= nch; ++k) {

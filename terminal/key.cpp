@@ -128,6 +128,7 @@ void enterkeymode()
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
 }
 
+// In the background nothing is put back: whoever has the terminal has settings of its own in force.
 void restoresettings()
 {
     if (changed && !inbackground()) tcsetattr(STDIN_FILENO, TCSANOW, &stored_settings);

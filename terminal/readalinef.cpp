@@ -41,7 +41,7 @@ void restoreterminal()
 // moves over bytes that are no letters (found by fuzzing).
 void prepareediting()
 {
-    rl_getc_function = isatty(STDIN_FILENO) ? rl_getc : nextbyte;
+    if (!isatty(STDIN_FILENO)) rl_getc_function = nextbyte;
     static bool prepared = false;
     if (prepared) return;
     prepared = true;
@@ -53,8 +53,8 @@ void prepareediting()
     rl_variable_bind("convert-meta", "off");
     rl_variable_bind("output-meta", "on");
     rl_variable_bind("editing-mode", "emacs");
-    const Keymap meta = rl_get_keymap_by_name("emacs-meta");
-    for (char key : {'J', 'M'}) rl_bind_key_in_map(key & 31, nothingdone, meta);
+    Keymap meta = rl_get_keymap_by_name("emacs-meta");
+    for (const char letter : {'J', 'M'}) rl_bind_key_in_map(letter & 31, nothingdone, meta);
     rl_completion_entry_function = nothing;
 }
 
