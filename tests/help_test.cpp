@@ -44,11 +44,11 @@ TEST(Help, Cases)
         {"menus", [&, entries = std::string()](row c) mutable {
             if (c[0].empty()) c.front() = entries;
             entries = c[0];
-            if (c[3].find(" w ") != std::string::npos) std::ofstream("script");
+            const bool replays = c[3].find(" r ") != std::string::npos;
+            if (!replays || !c[2].empty()) std::ofstream("script") << (replays ? c[2] : "");
             std::rewind(script);
             c.expectin(said([&] { menu(c); }, c[2]), 4);
         }},
-        {"script", [](auto& c) { std::ofstream("script") << c[0]; }},
         {"file", [](auto& c) { std::ofstream("attenuation.help") << c[0]; }},
         {"pages", [](auto& c) {
             scrd.queryar(1) = "the caller's";

@@ -14,10 +14,6 @@ TEST(Keys, Cases)
             const auto action = [&k] { tell(readaline(k, ">")), tell(k(1), k(2), k(132), inputended(), rest()); };
             c.expectin(said(action, c[0] + "rest"), 1);
         }},
-        {"window", [](auto& c) {
-            const auto action = [&c] { window(c.integer(0)), tell(term.ncol(1), term.nrows(1), term.npl); };
-            c.expectin(said(action), 1);
-        }},
         {"paths", [](auto& c) {
             setenv("TANOHEPATH", c[0].c_str(), 1);
             if (c[0].empty()) unsetenv("TANOHEPATH");
