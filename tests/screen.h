@@ -30,8 +30,7 @@ struct screen {
     }
     ~screen()
     {
-        send(SIGKILL);
-        if (!ended()) kill(leader, SIGKILL);  // which hangs up on a shell and its jobs
+        if (!ended()) send(SIGKILL), kill(leader, SIGKILL);  // which hangs up on a shell and its jobs
         end();
         close(master);
         close(slave);
@@ -40,10 +39,9 @@ struct screen {
 
     void resize(int height, int width)
     {
-        const winsize size{static_cast<unsigned short>(rows = height),
-                           static_cast<unsigned short>(columns = width), 0, 0};
+        const winsize size{static_cast<unsigned short>(height), static_cast<unsigned short>(width), 0, 0};
         ioctl(master, TIOCSWINSZ, &size);
-        vterm_set_size(emulated, rows, columns);
+        vterm_set_size(emulated, rows = height, columns = width);
     }
 
     // Types `keys`, each line, cursor key and Ctrl-Z when the program waits for it.
@@ -61,8 +59,7 @@ struct screen {
     // To the foreground job, if there is one: 0 and -1 would mean others.
     void send(int signal) const { if (pid_t job = tcgetpgrp(master); job > 1) kill(job, signal); }
 
-    // The lines on the screen down to the last that is not empty, without the blanks at their ends;
-    // or all that is red there.
+    // The lines on the screen, without the blanks at their ends; or all that is red there.
     std::string shown(bool red = false) const
     {
         std::string text;
@@ -89,7 +86,7 @@ struct screen {
     }
     bool asfound() const { return settings() == found; }
 
-    // Name and state of the foreground job: "S" asleep, "T" stopped.
+    // Name of the foreground job and its state: "S" asleep, "T" stopped.
     std::string state() const
     {
         std::string id, name, as;
@@ -98,16 +95,16 @@ struct screen {
     }
 
     // Takes up what is written until `done` held and nothing came after it. The bound is a count of
-    // naps, not a time: while the machine stands still it does not run out.
+    // turns, not a time: while the machine stands still it does not run out.
     bool until(auto done)
     {
-        for (int naps = 0; naps < 40000;) {
+        for (int turns = 0; turns < 40000; ++turns) {
             const bool was = done();
             char bytes[4096];
             const auto count = read(master, bytes, sizeof bytes);
             if (count > 0) vterm_input_write(emulated, bytes, std::size_t(count));
             else if (was) return true;
-            else ++naps, usleep(500);
+            else usleep(500);
             if (int how; !ended() && waitpid(leader, &how, WNOHANG) > 0) status = WEXITSTATUS(how);
         }
         return false;

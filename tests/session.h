@@ -4,6 +4,7 @@
 
 #include <fcntl.h>
 #include <sys/mman.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -49,6 +50,8 @@ inline std::string said(auto action, const std::string& input = "")
     const pid_t child = fork();
     if (child == 0) {
         for (int fd : {0, 1, 2}) dup2(streams[fd], fd);
+        const rlimit most{1 << 20, 1 << 20};  // a program that never stops writing is ended, too
+        setrlimit(RLIMIT_FSIZE, &most);
         alarm(60);
         action();
         flushoutput();
