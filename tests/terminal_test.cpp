@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Keys, paths and the viewer; then what a person sees, in whole runs on an emulated terminal, and that
+// Keys and the viewer; then what a person sees, in whole runs on an emulated terminal, and that
 // the terminal is given back whatever happens.
 #include "terminal/key.h"
 #include "terminal/readalinef.h"
@@ -7,22 +7,9 @@
 
 TEST(Keys, Cases)
 {
-    cases("keys.txt", {
-        {"key", [](auto& c) { c.expectin(said([] { tell(key()), tell(rest()); }, c[0] + "~"), 1); }},
-        {"line", [](auto& c) {
-            dim<std::int32_t, 1, 132> k;
-            const auto action = [&k] { tell(readaline(k, ">")), tell(k(1), k(2), k(132), inputended(), rest()); };
-            c.expectin(said(action, c[0] + "rest"), 1);
-        }},
-        {"paths", [](auto& c) {
-            setenv("TANOHEPATH", c[0].c_str(), 1);
-            if (c[0].empty()) unsetenv("TANOHEPATH");
-            setenv("PWD", c[1].c_str(), 1);
-            infopath();
-            const auto field = [](const auto& f) { return std::string(f.item, strnlen(f.item, sizeof f)); };
-            EXPECT_EQ(field(path.hepath) + "|" + field(path.workdir), c[2]);
-        }},
-    });
+    cases("keys.txt", {{"", [](auto& c) {
+        c.expectin(said([] { tell(key()), tell(rest()); }, c[0] + "~"), 1);
+    }}});
 }
 
 TEST(Viewer, IsStartedInTheBackground)
