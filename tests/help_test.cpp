@@ -34,6 +34,9 @@ TEST(Help, Cases)
 {
     const workdirectory here;
     std::ofstream("further") << "one\033[2J\nlast";
+    std::ofstream("xdvi") << "#!/bin/sh\necho \"$@\" >started; mv started done\n";
+    std::filesystem::permissions("xdvi", std::filesystem::perms::owner_all);
+    setenv("PATH", (here.path + ":" + getenv("PATH")).c_str(), 1);
     setenv("TANOHEPATH", here.path.c_str(), 1);
     localpath.localhepath = "/attenuation.help";
     cmpa.tanohepath = text<64>(here.path);
@@ -59,6 +62,8 @@ TEST(Help, Cases)
     });
     connectscript(nullptr);
     std::fclose(script);
+    for (int naps = 0; naps < 9999 && access("done", F_OK) != 0; ++naps) usleep(500);
+    EXPECT_EQ(contentof("done"), here.path + "/dvifiles/AZaz09._+-/x/AZaz09._+-/x.dvi\n");
     for (int width = 2; width < 200; width += 7) {  // any width
         const row c("{132*y}\\nshort\\n{132*y}\\n | sh# | \\n | " + std::to_string(width));
         row("<2><0><sh").expectin(said([&] { menu(c); }, "\n"), 0);

@@ -11,8 +11,7 @@
 
 #include "tests/session.h"
 
-// The program, or a shell, on a terminal of its own. Every wait is bounded; one that runs out is a
-// failure.
+// The program, or a shell, on a terminal of its own. A wait that runs out is a failure.
 struct screen {
     int status = -1;  // once it has ended, as a shell has it: 128 + n after signal n
     bool ended() const { return status >= 0; }
@@ -127,8 +126,7 @@ struct screen {
         ADD_FAILURE() << "the program neither waits nor ends:\n" << shown();
         send(SIGKILL);
     }
-    // Plays the shell with job control, without which no signal stops a program: runs it as the
-    // foreground job of the terminal.
+    // Plays the shell with job control, without which no signal stops a program.
     void lead(const std::string& before) const
     {
         const std::string command =

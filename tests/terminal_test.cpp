@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// Keys and the viewer; then what a person sees, in whole runs on an emulated terminal, and that
-// the terminal is given back whatever happens.
+// Keys; then what a person sees in whole runs on an emulated terminal, which is given back whatever
+// happens.
 #include "terminal/key.h"
-#include "terminal/readalinef.h"
 #include "tests/screen.h"
 
 TEST(Keys, Cases)
@@ -10,21 +9,6 @@ TEST(Keys, Cases)
     cases("keys.txt", {{"", [](auto& c) {
         c.expectin(said([] { tell(key()), tell(rest()); }, c[0] + "~"), 1);
     }}});
-}
-
-TEST(Viewer, IsStartedInTheBackground)
-{
-    const workdirectory here;
-    std::ofstream("xdvi") << "#!/bin/sh\necho \"$@\" >started; mv started done\n";
-    std::filesystem::permissions("xdvi", std::filesystem::perms::owner_all);
-    setenv("PATH", (here.path + ":" + getenv("PATH")).c_str(), 1);
-    setenv("TANOHEPATH", "/help", 1);
-    row("< xdvi $TANOHEPATH/dvifiles/units/units.dvi &\\n the command for the document viewer is too long\\n>").expectin(said([] {
-        viewdvi("$TANOHEPATH/dvifiles/units/units.dvi &");
-        viewdvi(std::string(126, 'x').c_str());
-    }), 0);
-    for (int naps = 0; naps < 9999 && access("done", F_OK) != 0; ++naps) usleep(500);
-    EXPECT_EQ(contentof("done"), "/help/dvifiles/units/units.dvi\n");
 }
 
 TEST(Screen, Cases)
