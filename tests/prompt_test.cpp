@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include <random>
-
 #include "prompt/combuff.h"
 #include "tests/session.h"
 
@@ -32,22 +30,6 @@ void convert(const row& c)
 TEST(Numbers, Cases)
 {
     cases("numbers.txt", {{"", [](auto& c) { c.expectin(said([&] { convert(c); }), 3); }}});
-}
-
-// What is shown reads back close to the number.
-TEST(Numbers, ShownReadBack)
-{
-    std::mt19937 random(1);
-    for (int i = 0; i < 20000; ++i) {
-        const float value = static_cast<float>(random() % 9999999) / 1000.0f;
-        text<7> form("f8.2");
-        text<24> chr, chl;
-        dim<float, 1, 32> out;
-        int nn = 0, im = 0;
-        trlnu(form, value, chr, nn, chl, im);
-        trlch(24, text<132>(chl.all()), im, out);
-        ASSERT_NEAR(out(1), value, 0.0061f + value * 1e-6f);  // a following digit of 5 is cut off
-    }
 }
 
 namespace {

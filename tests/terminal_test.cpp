@@ -44,7 +44,7 @@ TEST(Screen, Cases)
             }
             screen s(24, 80);
             const std::string settings = s.type(c[0]).settings();
-            for (int signal : {SIGTSTP, SIGTTIN}) {
+            for (int signal : {SIGTSTP, SIGTTIN, SIGTSTP}) {
                 s.send(signal);
                 EXPECT_TRUE(s.until([&s] { return s.state().ends_with("T"); }) && s.asfound()) << signal;
                 s.send(SIGCONT);
