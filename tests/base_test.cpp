@@ -13,7 +13,9 @@ TEST(Field, StopsOutsideItsBounds)
     field.put(2, 3, "x");
     EXPECT_TRUE(field.all() == "ax d" && three(1) == 0 && three(3) == 0 && field(5, 4).empty());
     for (int i : {0, 4}) row("outside 1..3").expectin(said([&] { three(i) = 1; }), 0);
-    for (int i : {0, 2, 5}) row("of a 4-column").expectin(said([&] { field.put(i, i == 2 ? 0 : 5, ""); }), 0);
+    for (int i : {0, 2, 5}) {
+        row("of a 4-column").expectin(said([&] { field.put(i, i == 2 ? 0 : 5, ""); }), 0);
+    }
 }
 
 TEST(Base, Cases)
@@ -42,16 +44,17 @@ TEST(Base, Cases)
     });
 }
 
-// Against the simplest reader, with lines that end anywhere about the end of a block of 32768 bytes.
+// Against the simplest reader; lines end anywhere about the end of a block of 32768 bytes.
 TEST(Infile, ReadsAndFindsAsLineByLine)
 {
     const workdirectory here;
     std::mt19937 random(1);
-    const char* const parts[] = {" Iron", " Ironore", " Iro", " EE", " E", "Iron", "  Iron", " Dy\r", ""};
+    const char* const parts[] = {" Iron", " Ironore", " Iro", " EE", " E", "Iron", " Dy\r", ""};
     for (int i = 0; i < 400; ++i) {
         std::string content;
         for (auto n = random() % 30; n > 0; --n) {
-            if (random() % 6 == 0) content.resize((content.size() / 32768 + 1) * 32768 + 9 - random() % 12, 'D');
+            const std::size_t blocks = content.size() / 32768 + 1;
+            if (random() % 6 == 0) content.resize(blocks * 32768 + 9 - random() % 12, 'D');
             content += parts[random() % std::size(parts)];
             if (random() % 5 != 0) content += '\n';
         }
@@ -68,10 +71,10 @@ TEST(Infile, ReadsAndFindsAsLineByLine)
             const bool next = at && number % 3 == 1;
             at = next || (!line.empty() && line.substr(1).starts_with(wanted));
             if (!at) continue;
-            ASSERT_TRUE(next ? file.next(read) && read == text<6>(line) : file.nextwith(wanted)) << line;
-            ASSERT_EQ(file.lineno(), number + 1);
+            ASSERT_TRUE(next ? file.next(read) : file.nextwith(wanted)) << line;
+            ASSERT_TRUE((!next || read == text<6>(line)) && file.lineno() == number + 1) << line;
         }
-        ASSERT_TRUE(!file.nextwith(wanted) && file.lineno() == number && !file.next(read) && read.blank());
+        ASSERT_TRUE(!file.nextwith(wanted) && file.lineno() == number && !file.next(read));
         for (file.rewind(); file.next(read);) --number;
         ASSERT_EQ(number, 0);
     }

@@ -50,7 +50,8 @@ void writeblock(const row& c, std::size_t i)
 void near(const row& c, std::size_t i, double tolerance, auto action)
 {
     const std::string told = said(action, "\n");
-    EXPECT_NEAR(std::strtof(told.c_str() + told.rfind('<') + 1, nullptr) / c.number(i), 1.0, tolerance) << told;
+    const float number = std::strtof(told.c_str() + told.rfind('<') + 1, nullptr);
+    EXPECT_NEAR(number / c.number(i), 1.0, tolerance) << told;
 }
 
 }  // namespace
@@ -71,7 +72,8 @@ TEST(Calc, TablesOfItsOwn)
         {"value", [](auto& c) { near(c, 1, c.number(2), [&] { coefficient(c.number(0)); }); }},
         {"refused", [](auto& c) {
             writeblock(c, 1);
-            row("<attenuation: attenuation.coefficients: " + c[0]).expectin(said([] { coefficient(1.5f); }), 0);
+            const row message("<attenuation: attenuation.coefficients: " + c[0]);
+            message.expectin(said([] { coefficient(1.5f); }), 0);
         }},
         {"densities", [](auto& c) { std::ofstream("dichte.dat", std::ios::app) << c[0] << '\n'; }},
         {"density", [](auto& c) {

@@ -51,16 +51,18 @@ TEST(HelpFile, HasEveryKeyAndLink)
     std::set<std::string> keys, links;
     eachline("attenuation.help", [&](const std::string& line) {
         EXPECT_LT(line.size(), 80u) << line;
-        if (line.starts_with("/#") || line.starts_with("/>")) links.insert(line.substr(2));
-        else if (line.starts_with("/")) EXPECT_TRUE(keys.insert(line.substr(1)).second) << line;
+        const bool link = line.starts_with("/#") || line.starts_with("/>");
+        if (link) links.insert(line.substr(2));
+        EXPECT_TRUE(link || !line.starts_with("/") || keys.insert(line.substr(1)).second) << line;
     });
     for (const std::string& link : links) {
         const std::size_t slash = link.rfind('/');
         std::string file = DATA_DIR + link.substr(slash == link.npos ? 0 : slash);  // of "details"
-        if (link.starts_with("more ")) file = DATA_DIR "/dvifiles/" + link.substr(5) + "/" + link.substr(5) + ".dvi";
+        const std::string name = "/" + link.substr(link.find(' ') + 1);
+        if (link.starts_with("more ")) file = DATA_DIR "/dvifiles" + name + name + ".dvi";
         const bool opens = link.find(' ') != link.npos;
         EXPECT_TRUE(opens ? std::filesystem::exists(file) : keys.contains(link)) << link;
     }
     // No entry is out of reach. The program asks for all others, as the dialogues show.
-    for (const std::string& key : keys) EXPECT_TRUE(!key.starts_with("about/") || links.contains(key)) << key;
+    for (const auto& key : keys) EXPECT_TRUE(!key.starts_with("about/") || links.contains(key)) << key;
 }

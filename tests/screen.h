@@ -29,7 +29,7 @@ struct screen {
     }
     ~screen()
     {
-        if (!ended()) send(SIGKILL), kill(leader, SIGKILL);  // which hangs up on a shell and its jobs
+        if (!ended()) send(SIGKILL), kill(leader, SIGKILL);  // which hangs up on a shell, too
         end();
         close(master);
         close(slave);
@@ -38,7 +38,9 @@ struct screen {
 
     void resize(int height, int width)
     {
-        const winsize size{static_cast<unsigned short>(height), static_cast<unsigned short>(width), 0, 0};
+        winsize size{};
+        size.ws_row = static_cast<unsigned short>(height);
+        size.ws_col = static_cast<unsigned short>(width);
         ioctl(master, TIOCSWINSZ, &size);
         vterm_set_size(emulated, rows = height, columns = width);
     }
@@ -48,8 +50,9 @@ struct screen {
     {
         std::replace(keys.begin(), keys.end(), '\n', '\r');  // as the Return key sends it
         for (std::size_t at = 0, size; at < keys.size() && !ended(); at += size) {
-            size = keys[at] == '\033' ? 3 : std::min(keys.find_first_of("\r\032", at), keys.size()) - at;
-            if (keys[at + size] == '\r' || size == 0) ++size;
+            size = std::min(keys.find_first_of("\r\032", at), keys.size()) - at;
+            if (keys[at] == '\033') size = 3;
+            else if (keys[at + size] == '\r' || size == 0) ++size;
             EXPECT_EQ(write(master, &keys[at], size), static_cast<ssize_t>(size));
             settle();
         }
@@ -112,7 +115,7 @@ struct screen {
     int end() { return until([this] { return ended(); }), status; }
 
     // Waits until all that was typed has been read, and the program, or the shell at its prompt,
-    // waits for more; or until it has ended. To poll the slave moves what is on its way there first.
+    // waits for more; or until it has ended. A poll moves what is on its way to the slave there.
     void settle()
     {
         const auto waits = [this] {
@@ -131,7 +134,8 @@ struct screen {
     {
         const std::string command =
             "export TANOHEPATH=. TERM=xterm INPUTRC=/dev/null PATH=\"${0%/*}:$PATH\"; ulimit -c 0;"
-            " shell() { PS1='$ ' exec bash --norc --noprofile -i; }; cd '" DATA_DIR "'; " + before + "; exec \"$0\"";
+            " shell() { PS1='$ ' exec bash --norc --noprofile -i; };"
+            " cd '" DATA_DIR "'; " + before + "; exec \"$0\"";
         close(master);
         login_tty(slave);
         signal(SIGTTOU, SIG_IGN);  // for tcsetpgrp from the background

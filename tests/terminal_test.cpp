@@ -21,9 +21,9 @@ TEST(Screen, Cases)
             screen s(c[0] == "0" ? 0 : 60, c.integer(0), c[2].empty() ? "true" : c[2]);
             s.type(c[1]);
             const auto text = [&s] { return s.shown() + "|" + s.marked(); };
-            // A shell tells of the end of a job at a later prompt, at the latest when a child has ended.
-            const auto awaited = [&] { return c[2] == "shell" && text().find(c.back()) == std::string::npos; };
-            for (int naps = 0; naps < 200 && awaited(); ++naps) usleep(1000), s.type("sleep 0\n");
+            // A shell tells of the end of a job at a prompt to come, when another child has ended.
+            const auto told = [&] { return text().find(c.back()) != std::string::npos; };
+            for (int i = 0; i < 200 && c[2] == "shell" && !told(); ++i) s.type("sleep .01\n");
             EXPECT_TRUE(c[3].empty() || (s.end() == c.integer(3) && s.asfound())) << s.status;
             c.expectin(text(), 4);
         }},
@@ -46,7 +46,7 @@ TEST(Screen, Cases)
             const std::string settings = s.type(c[0]).settings();
             for (int signal : {SIGTSTP, SIGTTIN, SIGTSTP}) {
                 s.send(signal);
-                EXPECT_TRUE(s.until([&s] { return s.state().ends_with("T"); }) && s.asfound()) << signal;
+                EXPECT_TRUE(s.until([&s] { return s.state().ends_with("T"); }) && s.asfound());
                 s.send(SIGCONT);
                 EXPECT_TRUE(s.until([&] { return s.settings() == settings; })) << signal;
                 s.resize(24, s.columns + 10);
