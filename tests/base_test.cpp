@@ -29,10 +29,6 @@ TEST(Base, Cases)
             shown.resize(std::size_t(makeprintable(c[0], shown.data(), shown.size())));
             EXPECT_EQ(shown, c[1]);
         }},
-        {"input", [](auto& c) {
-            text<4> line;
-            c.expectin(said([&] { tell(readrecord(5, line)), tell(line, rest()); }, c[0]), 1);
-        }},
         {"refused", [](auto& c) {
             c.expectin(said([&] {
                 infile file;
