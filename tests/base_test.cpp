@@ -11,10 +11,10 @@ TEST(Field, StopsOutsideItsBounds)
     dim<int, 1, 3> three;
     text<4> field("abcdef");
     field.put(2, 3, "x");
-    EXPECT_TRUE(field.all() == "ax d" && three(1) == 0 && three(3) == 0 && field(5, 4).empty());
-    for (int i : {0, 4}) row("outside 1..3").expectin(said([&] { three(i) = 1; }), 0);
-    for (int i : {0, 2, 5}) {
-        row("of a 4-column").expectin(said([&] { field.put(i, i == 2 ? 0 : 5, ""); }), 0);
+    EXPECT_EQ(field.all(), "ax d");
+    for (int i : {0, 4}) {
+        row("outside 1..3").expectin(said([&] { three(i) = 1; }), 0);
+        row("of a 4-column").expectin(said([&] { field.put(i, 5, ""); }), 0);
     }
 }
 

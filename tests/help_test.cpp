@@ -64,8 +64,4 @@ TEST(Help, Cases)
     std::fclose(script);
     for (int naps = 0; naps < 9999 && access("done", F_OK) != 0; ++naps) usleep(500);
     EXPECT_EQ(contentof("done"), here.path + "/dvifiles/AZaz09._+-/x/AZaz09._+-/x.dvi\n");
-    for (int width = 2; width < 200; width += 7) {  // any width
-        const row c("{132*y}\\nshort\\n{132*y}\\n | sh# | \\n | " + std::to_string(width));
-        row("<2><0><sh").expectin(said([&] { menu(c); }, "\n"), 0);
-    }
 }
