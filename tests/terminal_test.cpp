@@ -11,7 +11,7 @@ TEST(Keys, Cases)
     }}});
 }
 
-TEST(Screen, Cases)
+TEST(Terminal, Cases)
 {
     if (close(posix_openpt(O_RDWR | O_NOCTTY)) < 0) GTEST_SKIP() << "no pseudo-terminal here";
     int left[2];  // a pipe that nobody reads, behind a number of one digit for the shell
