@@ -73,10 +73,14 @@ std::string_view repeated(const text<132>& of, int n)
 
 void openchannels()
 {
+    const auto isopen = [](int fd) {
+        struct stat found {};
+        return fstat(fd, &found) == 0;
+    };
     // What is opened takes the lowest number that is free, so in ascending order.
-    if (fcntl(STDIN_FILENO, F_GETFD) < 0) open("/dev/null", O_RDONLY);
-    if (fcntl(STDOUT_FILENO, F_GETFD) < 0) stop("standard output is closed");
-    if (fcntl(STDERR_FILENO, F_GETFD) < 0) open("/dev/null", O_WRONLY);
+    if (!isopen(STDIN_FILENO)) open("/dev/null", O_RDONLY);
+    if (!isopen(STDOUT_FILENO)) stop("standard output is closed");
+    if (!isopen(STDERR_FILENO)) open("/dev/null", O_WRONLY);
 }
 
 namespace {
@@ -93,12 +97,11 @@ void await(int fd, short event)
 
 void collect(std::string_view part)
 {
-    while (!part.empty()) {
-        const std::size_t count = std::min(part.size(), sizeof collected - ncollected);
+    for (std::size_t count = 0; !part.empty(); part.remove_prefix(count)) {
+        if (ncollected == sizeof collected) flushoutput();
+        count = std::min(part.size(), sizeof collected - ncollected);
         std::memcpy(collected + ncollected, part.data(), count);
         ncollected += count;
-        if (ncollected == sizeof collected) flushoutput();
-        part.remove_prefix(count);
     }
 }
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // base/channel.h: the numbered input and output channels, and the reader of the data files.
 //
-// Channel 5 is standard input, 6 standard output, 10 the script file. Standard input is read byte
-// by byte and nothing is read ahead (but for one byte behind a carriage return in a file or a pipe),
-// so that single keys, lines and line editing can take turns on one stream: what is typed, pasted or
+// Channel 5 is standard input, 6 standard output, 10 the script file. Standard input is read byte by
+// byte and nothing is read ahead (but for one byte behind a carriage return in a file or a pipe), so
+// that single keys, lines and line editing can take turns on one stream: what is typed, pasted or
 // piped ahead goes to the right questions. Standard output is collected and written before every
 // wait for input.
 #pragma once
@@ -39,9 +39,9 @@ int inputbyte();
 bool inputended();
 void noteinputend(bool end);
 
-/// Reads the next line of channel `unit`, 5 or 10, into columns 1..n of `to`, cut or blank-padded; the
-/// rest of a longer line is dropped, and so is a carriage return at its end. False at the end of the
-/// channel. Channel 10 without a script file ends the program.
+/// Reads the next line of channel `unit`, 5 or 10, into columns 1..n of `to`, cut or blank-padded;
+/// the rest of a longer line is dropped, and so is a carriage return at its end. False at the end
+/// of the channel. Channel 10 without a script file ends the program.
 bool readrecord(int unit, char* to, int n);
 
 template <int n>

@@ -11,6 +11,8 @@
 
 #include "base/stop.h"
 
+inline bool isdecimal(char c) { return c >= '0' && c <= '9'; }
+
 /// Fixed array whose items are numbered lo..hi, as in the tables. Stops on any other number.
 template <typename T, int lo, int hi>
 struct dim {

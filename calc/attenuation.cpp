@@ -46,8 +46,6 @@ struct tablerows {
     dim<double, 1, 64> yi;  // mu/rho, cm2/g
 };
 
-bool isdigit(char c) { return c >= '0' && c <= '9'; }
-
 // The text between the blanks on both sides.
 std::string_view trimmed(std::string_view field)
 {
@@ -56,11 +54,31 @@ std::string_view trimmed(std::string_view field)
     return field;
 }
 
-// True for digits, with a "+" in front or not.
-bool iswhole(std::string_view number)
+// True for a field that holds one whole number, with a blank behind it, as `c8toi` needs.
+bool iswhole(const text<8>& field)
 {
-    if (number.starts_with('+')) number.remove_prefix(1);
-    return !number.empty() && std::all_of(number.begin(), number.end(), isdigit);
+    const std::string_view number = trimmed(field.all());
+    return !number.empty() && std::all_of(number.begin(), number.end(), isdecimal) &&
+           field(8) == ' ';
+}
+
+// The first number in columns i to j of a line, of which `trlch` reads n_ch, and the count of
+// numbers there. 0 if there is none; not finite unless it stands plainly, digits with at most a
+// point between blanks: what is damaged would read as another number.
+float plainnumber(const text<80>& line, int i, int j, int n_ch, std::int32_t& count)
+{
+    dim<float, 1, 32> out;
+    trlch(n_ch, text<132>(line(i, j)), count, out);
+    if (count == 0) return 0.0f;
+    const std::string_view columns = line(i - 1, j);
+    std::size_t k = 1;
+    while (!isdecimal(columns[k])) ++k;
+    while (k > 0 && columns[k - 1] != ' ') --k;
+    int points = k == 0 ? 2 : 0;  // begins before the columns
+    for (; k < columns.size() && columns[k] != ' '; ++k) {
+        if (!isdecimal(columns[k])) points += columns[k] == '.' ? 1 : 2;
+    }
+    return points < 2 ? out(1) : NAN;
 }
 
 // The powers of ten that 64-bit floats hold exactly.
@@ -100,7 +118,7 @@ bool readfield(std::string_view field, int decimals, double& value)
     const bool minus = takesign(p, end);
     const char *const first = p, *point = nullptr;
     std::int64_t digits = 0;
-    for (; p < end && (isdigit(*p) || (*p == '.' && point == nullptr)); ++p) {
+    for (; p < end && (isdecimal(*p) || (*p == '.' && point == nullptr)); ++p) {
         if (*p == '.') point = p;
         else digits = 10 * digits + (*p - '0');
     }
@@ -111,7 +129,7 @@ bool readfield(std::string_view field, int decimals, double& value)
     if (p < end && (*p == 'E' || *p == 'e' || *p == 'D' || *p == 'd')) {
         const bool down = takesign(++p, end);
         if (p == end) return false;
-        for (; p < end && isdigit(*p) && exponent <= 999; ++p) {
+        for (; p < end && isdecimal(*p) && exponent <= 999; ++p) {
             exponent = 10 * exponent + (*p - '0');
         }
         if (down) exponent = -exponent;
@@ -136,15 +154,20 @@ bool readrow(const text<80>& line, double& x, double& y)
          blockname.length(), blockname.ch, after);
 }
 
-// Row i, just read. Its energy must be above the one before, or the same at an edge, which has two
-// rows; what does not look like a row of its own may be part of one, or hold two.
+// Row i, just read. Its energy must be above the one before, or the same at an edge, where mu/rho
+// jumps up; what does not look like a whole row of its own would be read as other numbers.
 void checkrow(const tablerows& t, int i, const text<80>& line)
 {
     const double before = i > 1 ? t.xi(i - 1) : 0.0;
-    const bool edge = i > 1 && t.xi(i) == before && !(i > 2 && t.xi(i - 2) == before);
-    if (!(t.xi(i) > before) && !edge) stopatline("the energies of", " do not ascend");
+    const bool edge = i > 1 && t.xi(i) == before && t.yi(i) > t.yi(i - 1) &&
+                      !(i > 2 && t.xi(i - 2) == before);
     if (!(t.yi(i) > 0.0)) stopatline("mu/rho of", " is not above 0");
-    if (line.length() > 36) stopatline("text behind column 36 of a row of", "");
+    if (!(t.xi(i) > before) && !edge) stopatline("the energies of", " do not ascend");
+    const int length = line.length();
+    if (length > 36) stopatline("text behind column 36 of a row of", "");
+    const bool shifted = isdecimal(line(15)) || isdecimal(line(16)) || isdecimal(line(26)) ||
+                         isdecimal(line(27)) || length < 28;
+    if (shifted) stopatline("the numbers do not stand in the columns of a row of", "");
 }
 
 template <int n>
@@ -321,11 +344,11 @@ void readgroup(formularest& rest, text<2>& symbol, std::int32_t& n)
     int p = oneletter ? 4 : 5;
     n = d1 - '0';
     for (const char d : {d2, d3}) {
-        if (!isdigit(d)) continue;
+        if (!isdecimal(d)) continue;
         n = 10 * n + (d - '0');
         ++p;
     }
-    if (!isdigit(d1) || (!oneletter && w(3) != '_')) n = -1;
+    if (!isdecimal(d1) || (!oneletter && w(3) != '_')) n = -1;
     if (n >= 0) rest.drop(p - 1);
 }
 
@@ -363,11 +386,26 @@ struct offer {
     }
 };
 
-// How to write a formula such as "H2O" or "Fe_12O_19" here. Empty where it has more to it than known
-// symbols and counts.
+// True if a formula in capitals could mean other elements than it says, as SIO2 does.
+bool ambiguous(std::string_view formula, const dim<text<2>, 1, 82>& es)
+{
+    const auto small = [](char c) { return c >= 'a' && c <= 'z'; };
+    const auto capital = [](char c) { return c >= 'A' && c <= 'Z'; };
+    if (std::any_of(formula.begin(), formula.end(), small)) return false;
+    for (std::size_t i = 1; i < formula.size(); ++i) {
+        if (!capital(formula[i - 1]) || !capital(formula[i])) continue;
+        const char symbol[] = {formula[i - 1], static_cast<char>(formula[i] + 32)};
+        if (findsymbol(es, text<2>(std::string_view(symbol, 2))) > 0) return true;
+    }
+    return false;
+}
+
+// How to write a formula such as "H2O" or "Fe_12O_19" here. Empty where it has more to it than
+// known symbols and counts, or its capitals leave a doubt.
 offer putright(std::string_view formula, const dim<text<2>, 1, 82>& es)
 {
     offer right;
+    if (ambiguous(formula, es)) return right;
     for (formula = trimmed(formula); !formula.empty(); formula = trimmed(formula)) {
         const std::size_t letters =
             formula.size() > 1 && formula[1] >= 'a' && formula[1] <= 'z' ? 2 : 1;
@@ -375,7 +413,7 @@ offer putright(std::string_view formula, const dim<text<2>, 1, 82>& es)
         formula.remove_prefix(letters);
         if (formula.starts_with('_')) formula.remove_prefix(1);
         int count = 0, digits = 0;
-        for (; digits < 3 && !formula.empty() && isdigit(formula[0]); ++digits) {
+        for (; digits < 3 && !formula.empty() && isdecimal(formula[0]); ++digits) {
             count = 10 * count + (formula[0] - '0');
             formula.remove_prefix(1);
         }
@@ -460,25 +498,23 @@ bool isofelement(const infile& densities, const text<80>& line, std::int32_t nz)
     std::int32_t mz = 0;
     c8toi(ch8, mz);
     if (mz != nz) return false;
-    if (!iswhole(trimmed(line(1, 8)))) {
-        stop("%s: line %ld: \"%.8s\" is no atomic number", densitytable, densities.lineno(),
-             line.ch);
+    if (!iswhole(text<8>(line(1, 8)))) {
+        const std::string_view number = trimmed(line(1, 8));
+        stop("%s: line %ld: \"%.*s\" is no atomic number", densitytable, densities.lineno(),
+             static_cast<int>(number.size()), number.data());
     }
     return true;
 }
 
-// The first number in columns 39 to 80 of a line; 0 if there is none.
+// The density in g/cm3 that a line names; 0 if it names none.
 float densityin(const infile& densities, const text<80>& line)
 {
-    const text<132> ch132(line(39, 80));
-    dim<float, 1, 32> out;
-    std::int32_t iout = 0;
-    trlch(60, ch132, iout, out);
-    if (iout == 0) return 0.0f;
-    if (!(out(1) >= 0.0f) || !std::isfinite(out(1))) {
-        stop("%s: line %ld: the density is no number from 0 on", densitytable, densities.lineno());
+    std::int32_t count = 0;
+    const float density = plainnumber(line, 39, 80, 60, count);
+    if (!std::isfinite(density)) {
+        stop("%s: line %ld: the density is no plain number", densitytable, densities.lineno());
     }
-    return out(1);
+    return density;
 }
 
 void readmodifications(std::int32_t nz, modifications& found)
@@ -523,24 +559,6 @@ float elementdensity(std::int32_t nz)
 
 // The element list.
 
-namespace {
-
-// Reads the molar weight, g/mol, in a field: one plain number, behind which a unit may stand. 0 for
-// anything else.
-float molarweight(const text<132>& field)
-{
-    dim<float, 1, 32> out;
-    std::int32_t iout = 0;
-    trlch(20, field, iout, out);
-    if (iout != 1 || !std::isfinite(out(1))) return 0.0f;
-    int k = 1;
-    while (field(k) == ' ') ++k;
-    while (isdigit(field(k)) || field(k) == '.') ++k;
-    return field(k) == ' ' ? out(1) : 0.0f;
-}
-
-}  // namespace
-
 void readelements(elementlist& elements)
 {
     infile file;
@@ -550,8 +568,11 @@ void readelements(elementlist& elements)
         if (!file.next(line)) stop("%s: ends after %d of 82 lines", elementtable, i - 1);
         elements.es(i) = text<2>(line(9, 10));
         elements.ename(i) = text<12>(line(17, 28));
-        elements.emolweight(i) = molarweight(text<132>(line(30, 49)));
-        if (!(elements.emolweight(i) > 0.0f) || line(9) == ' ' || line(17) == ' ') {
+        std::int32_t count = 0;
+        const float weight = plainnumber(line, 30, 49, 20, count);
+        elements.emolweight(i) = weight;
+        if (count != 1 || !std::isfinite(weight) || weight == 0.0f || line(9) == ' ' ||
+            line(17) == ' ') {
             stop("%s: line %d: no symbol, name and molar weight", elementtable, i);
         }
     }
@@ -564,7 +585,7 @@ namespace {
 enum class route { element, symbol, compound, formula, twolines };  // how to mu/rho
 
 struct absorber {
-    const char *entry, *help;  // text and help key in the menu
+    std::string_view entry, help;  // text and help key in the menu
     route way;
     const char* name;    // of the block, for a given element
     float value;         // energy offered, keV
@@ -670,8 +691,8 @@ text<132> asktext(const char* question, const char* offered, const char* help)
     return chin;
 }
 
-// A number in fixed-point form, right-aligned in at most 16 columns; asterisks where it does not fit
-// or is none.
+// A number in fixed-point form, right-aligned in at most 16 columns; asterisks where it does not
+// fit or is none.
 struct fixedpoint {
     char ch[64];
     int width;
@@ -711,7 +732,7 @@ void elementpath(sample& s, const text<12>& name, const absorber& chosen)
     text<16> element;
     nextline(element);
     text<8> number(element(4, 11));
-    const bool whole = iswhole(trimmed(number.all()));
+    const bool whole = iswhole(number);
     c8toi(number, s.nz);
     if (!whole || s.nz < 1) stopatline("no atomic number of", "");
     s.iread = 1;

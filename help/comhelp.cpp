@@ -431,15 +431,14 @@ void showhelp(menu& m)
 // with the number. A title recorded once more after a help text looks like one, but for the number.
 void replay(menu& m)
 {
-    const auto isdigit = [](char c) { return c >= '0' && c <= '9'; };
     text<132> ch132;
-    while (ch132(3, 5) != "---" || !isdigit(ch132(1))) {
+    while (ch132(3, 5) != "---" || !isdecimal(ch132(1))) {
         if (!readrecord(nscript, ch132)) stop("script file: ends within a menu");
         writerecord(nwr, {escape::normal, ch132(1, std::clamp(term.ncol(1), 0, 132))});
         ++m.iwrl;
     }
     m.lq = ch132(1) - '0';
-    if (isdigit(ch132(2))) m.lq = 10 * m.lq + (ch132(2) - '0');
+    if (isdecimal(ch132(2))) m.lq = 10 * m.lq + (ch132(2) - '0');
     if (m.lq > m.lqin) stop("script file: no such entry in the menu: \"%.5s\"", ch132.ch);
     if (m.lq > 0) m.chdf = text<80>(scrd.queryar(m.lq).all());
 }
@@ -650,7 +649,7 @@ text<80> plainname(const text<80>& line, int i)
     nextchar(text<132>(line(i, 80)), il, ip, cha, ia);
     const std::string_view name = cha(1, ia);
     const auto plain = [](char c) {
-        return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') ||
+        return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || isdecimal(c) ||
                std::string_view("._+-/").find(c) != std::string_view::npos;
     };
     const bool accepted = std::all_of(name.begin(), name.end(), plain) && !name.starts_with('-') &&

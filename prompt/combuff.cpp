@@ -13,7 +13,7 @@
 #include "terminal/readalinef.h"
 
 static_assert(FLT_EVAL_METHOD == 0, "32-bit arithmetic must not be carried out in more bits");
-#if defined __FAST_MATH__ || __FINITE_MATH_ONLY__
+#if defined __FAST_MATH__ || __FINITE_MATH_ONLY__ || defined __ASSOCIATIVE_MATH__
 #error "the digits shown depend on exact arithmetic: -ffast-math gives others"
 #endif
 
@@ -98,9 +98,7 @@ void c8toi(text<8>& ch, std::int32_t& n)
 
 namespace {
 
-bool isdigit(char c) { return c >= '0' && c <= '9'; }
-
-int digitvalue(char c) { return isdigit(c) ? c - '0' : 0; }
+int digitvalue(char c) { return isdecimal(c) ? c - '0' : 0; }
 
 // 10 to a power, rounded to 32 bits.
 float tenpower(float exponent) { return static_cast<float>(std::pow(10.0, double{exponent})); }
@@ -162,13 +160,13 @@ struct numberscan {
 enum class eletter { exponent, skipped, ordinary };
 
 // What an "e" means behind these columns. With a point in the digits before it, it announces an
-// exponent; behind digits without one it is passed over, so that " 12e3" reads as 123; behind digits
-// that start the text it is like any other letter, so that "12e3" reads as 12 and 3. Meant so.
+// exponent; behind digits without one it is passed over, so that " 12e3" reads as 123; behind
+// digits that start the text it is like any other letter, so that "12e3" reads as 12 and 3. Meant so.
 eletter meaning(std::string_view before)
 {
     for (; !before.empty(); before.remove_suffix(1)) {
         if (before.back() == '.') return eletter::exponent;
-        if (!isdigit(before.back())) return eletter::skipped;
+        if (!isdecimal(before.back())) return eletter::skipped;
     }
     return eletter::ordinary;
 }
@@ -181,7 +179,7 @@ bool scancolumn(numberscan& s, std::string_view columns, int& k)
         s.nex = 0;                              // a blank cancels an exponent
         return true;
     }
-    if (isdigit(c)) {
+    if (isdecimal(c)) {
         s.digit(c);
         return k < static_cast<int>(columns.size()) || s.store(k);
     }

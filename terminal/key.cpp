@@ -88,14 +88,38 @@ bool inbackground()
     return front > 0 && front != getpgrp();
 }
 
+extern "C" void giveback(int signal);
+
+// Has a signal caught if it would have its usual effect, or lets it have that again.
+void catchsignal(int signal, bool on)
+{
+    struct sigaction action {}, found {};
+    if (sigaction(signal, nullptr, &found) < 0) return;
+    if (found.sa_handler != (on ? SIG_DFL : giveback)) return;  // ignored, or somebody else's
+    action.sa_handler = on ? giveback : SIG_DFL;
+    action.sa_flags = SA_RESTART;  // a key is still awaited after a stop
+    sigfillset(&action.sa_mask);
+    sigaction(signal, &action, nullptr);
+}
+
+// The stops that the terminal itself sends to the background: caught only while there are settings
+// to put back. Otherwise the system alone stops the program, which "fg" then cannot come too early for.
+void catchstops(bool on)
+{
+    catchsignal(SIGTTIN, on);
+    catchsignal(SIGTTOU, on);
+}
+
 // Blocks all signals at a moment when the program has the terminal, and returns the mask in force
 // before. In the background `tcdrain` stops the program until it is brought to the front; signals
-// can reach it there, so that it can be ended. It goes on at once where nothing can stop it.
+// can reach it there, so that it can be ended. Where nothing can stop it, it stays in the
+// background, and has to leave the settings alone.
 sigset_t holdinfront()
 {
     sigset_t all, before;
     sigfillset(&all);
     pthread_sigmask(SIG_BLOCK, &all, &before);
+    catchstops(false);
     for (int tries = 0; tries < 10 && inbackground(); ++tries) {
         sigset_t none;
         sigemptyset(&none);
@@ -109,13 +133,15 @@ sigset_t holdinfront()
 // Keeps the settings in force for the way back. With all signals blocked.
 bool storesettings()
 {
-    if (!changed && tcgetattr(STDIN_FILENO, &stored_settings) == 0) changed = 1;
-    return changed != 0;
+    if (inbackground()) return false;
+    if (!changed && tcgetattr(STDIN_FILENO, &stored_settings) < 0) return false;
+    changed = 1;
+    catchstops(true);
+    return true;
 }
 
 void enterkeymode()
 {
-    if (!keymode) return;
     const sigset_t before = holdinfront();
     if (keymode && storesettings()) {
         termios keys = stored_settings;
@@ -131,16 +157,18 @@ void enterkeymode()
 // In the background nothing is put back: whoever has the terminal has settings of its own in force.
 void restoresettings()
 {
-    if (changed && !inbackground()) tcsetattr(STDIN_FILENO, TCSANOW, &stored_settings);
-    changed = 0;
+    if (!changed || inbackground()) return;
+    tcsetattr(STDIN_FILENO, TCSANOW, &stored_settings);
+    settingsback();
 }
 
 // Gives the terminal back, then lets the signal have its usual effect. Calls async-signal-safe
 // functions only, and all signals are blocked meanwhile. After a stop the program goes on here, and
-// key mode is set again; line editing sets its own again by itself.
+// key mode is set again, or line editing guarded again, which sets its own settings by itself.
 extern "C" void giveback(int signal)
 {
     const int error = errno;
+    const bool editing = changed && !keymode;
     restoresettings();
 
     struct sigaction mine, usual{};
@@ -154,29 +182,22 @@ extern "C" void giveback(int signal)
 
     pthread_sigmask(SIG_BLOCK, &only, nullptr);
     sigaction(signal, &mine, nullptr);
-    enterkeymode();
+    if (keymode) enterkeymode();
+    else if (editing) guardsettings();
     errno = error;
 }
 
-bool harmless(int signal)
-{
-    return signal == SIGCHLD || signal == SIGCONT || signal == SIGURG || signal == SIGWINCH;
-}
-
-// Catches every signal that would end or stop the program, unless it is ignored or somebody else
-// looks after it.
+// Catches every signal that would end or stop the program.
 void catchsignals()
 {
     static bool caught = false;
     if (caught) return;
     caught = true;
-    struct sigaction action {}, found {};
-    action.sa_handler = giveback;
-    action.sa_flags = SA_RESTART;  // a key is still awaited after a stop
-    sigfillset(&action.sa_mask);
     for (int signal = 1; signal < NSIG; ++signal) {
-        if (harmless(signal) || sigaction(signal, nullptr, &found) < 0) continue;
-        if (found.sa_handler == SIG_DFL) sigaction(signal, &action, nullptr);
+        const bool harmless =
+            signal == SIGCHLD || signal == SIGCONT || signal == SIGURG || signal == SIGWINCH;
+        const bool stop = signal == SIGTTIN || signal == SIGTTOU;
+        if (!harmless && !stop) catchsignal(signal, true);
     }
 }
 
@@ -193,22 +214,27 @@ void set_keypress()
 void reset_keypress()
 {
     if (!keymode) return;
-    keymode = 0;  // first: a stop from here on restores the settings, and key mode does not come back
+    keymode = 0;  // first: a stop from here on restores the settings, and that is all
     const sigset_t before = holdinfront();
     restoresettings();
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
 }
 
-void guardsettings()
+bool guardsettings()
 {
-    if (!isatty(STDIN_FILENO)) return;
+    if (!isatty(STDIN_FILENO)) return true;
     catchsignals();
     const sigset_t before = holdinfront();
-    storesettings();
+    const bool stored = storesettings();
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    return stored;
 }
 
-void settingsback() { changed = 0; }
+void settingsback()
+{
+    changed = 0;
+    catchstops(false);
+}
 
 namespace {
 

@@ -45,23 +45,24 @@ int pr_winsize(int fd, int it);
 /// at most 130; `ncol` keeps the full width.
 void window(const std::int32_t& n);
 
-/// Size of the terminal on standard input as it is at this moment; 24 rows and 80 columns where it is
-/// not known. `term` is left alone.
+/// Size of the terminal on standard input as it is at this moment; 24 rows and 80 columns where it
+/// is not known. `term` is left alone.
 void sizenow(int& rows, int& columns);
 
 /// Key mode on: standard input delivers each byte at once, and "#" raises the interrupt signal in
 /// place of Ctrl-C. The settings found are kept for `reset_keypress`. In the background the program
-/// stops here until it has the terminal. From the first call on every signal that ends or stops the
-/// program gives the terminal back first; after a stop key mode is set again. Does nothing where
-/// standard input is no terminal.
+/// stops here until it has the terminal; where nothing can stop it, the settings stay as they are.
+/// From the first call on every signal that ends or stops the program gives the terminal back
+/// first; after a stop key mode is set again. Does nothing where standard input is no terminal.
 void set_keypress();
 
 /// Key mode off: the kept settings are in force again.
 void reset_keypress();
 
 /// The same care for line editing, which has settings of its own: to be called before it reads and
-/// changes the terminal's settings, and after it has put them back.
-void guardsettings();
+/// changes the terminal's settings, and after it has put them back. False if the terminal belongs
+/// to another job, and must be left alone.
+bool guardsettings();
 void settingsback();
 
 /// What `key` returns for Enter and for the cursor keys of an ANSI terminal.

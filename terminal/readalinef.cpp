@@ -25,8 +25,7 @@ int nextbyte(std::FILE*) { return inputbyte(); }
 // background.
 void prepareterminal(int meta)
 {
-    guardsettings();
-    rl_prep_terminal(meta);
+    if (guardsettings()) rl_prep_terminal(meta);
 }
 
 void restoreterminal()
@@ -68,6 +67,7 @@ int readaline(dim<std::int32_t, 1, 132>& k, const char* prompt)
     sizenow(rows, columns);
     rl_set_screen_size(rows, columns);  // not COLUMNS, which may say anything
     char* const line = readline(prompt);
+    settingsback();  // once more, as the editor has let go of the signals only now
     noteinputend(line == nullptr);
     if (line == nullptr) return 0;
     int count = 0;
