@@ -133,8 +133,7 @@ struct screen {
     void lead(const std::string& before) const
     {
         const std::string command =
-            "export TANOHEPATH=. TERM=xterm INPUTRC=/dev/null PATH=\"${0%/*}:$PATH\";"
-            " export ASAN_OPTIONS=handle_segv=0:handle_sigbus=0; ulimit -c 0;"
+            "export TANOHEPATH=. TERM=xterm INPUTRC=/dev/null PATH=\"${0%/*}:$PATH\"; ulimit -c 0;"
             " shell() { PS1='$ ' exec bash --norc --noprofile -i; };"
             " cd '" DATA_DIR "'; " + before + "; exec \"$0\"";
         close(master);

@@ -50,6 +50,7 @@ TEST(Terminal, Cases)
                 s.send(SIGCONT);
                 EXPECT_TRUE(s.until([&] { return s.settings() == settings; })) << signal;
                 s.resize(24, s.columns + 10);
+                s.settle();  // the line editor notes a signal only where it waits
             }
             c.expectin(s.type(c[2]).shown(), 3);
         }},
