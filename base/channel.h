@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // base/channel.h: the numbered input and output channels, and the reader of the data files.
 //
-// Channel 5 is standard input, 6 standard output, 10 the script file. Standard input is read byte by
-// byte and nothing is read ahead (but for one byte behind a carriage return in a file or a pipe), so
-// that single keys, lines and line editing can take turns on one stream: what is typed, pasted or
-// piped ahead goes to the right questions. Standard output is collected and written before every
-// wait for input.
+// Channel 5 is standard input, 6 standard output, 10 the script file. Standard input is read byte
+// by byte and nothing is read ahead (but for one byte behind a carriage return in a file or a
+// pipe), so that single keys, lines and line editing can take turns on one stream: what is typed,
+// pasted or piped ahead goes to the right questions. Standard output is collected and written
+// before every wait for input.
 #pragma once
 
 #include <cstdio>

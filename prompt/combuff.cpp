@@ -161,7 +161,8 @@ enum class eletter { exponent, skipped, ordinary };
 
 // What an "e" means behind these columns. With a point in the digits before it, it announces an
 // exponent; behind digits without one it is passed over, so that " 12e3" reads as 123; behind
-// digits that start the text it is like any other letter, so that "12e3" reads as 12 and 3. Meant so.
+// digits that start the text it is like any other letter, so that "12e3" reads as 12 and 3. Meant
+// so.
 eletter meaning(std::string_view before)
 {
     for (; !before.empty(); before.remove_suffix(1)) {

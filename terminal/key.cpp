@@ -103,7 +103,7 @@ void catchsignal(int signal, bool on)
 }
 
 // The stops that the terminal itself sends to the background: caught only while there are settings
-// to put back. Otherwise the system alone stops the program, which "fg" then cannot come too early for.
+// to put back. Else the system alone stops the program, and no "fg" can come too early.
 void catchstops(bool on)
 {
     catchsignal(SIGTTIN, on);
