@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <sys/stat.h>
 
-#include <random>
-
 #include "base/printable.h"
 #include "tests/session.h"
 
@@ -37,41 +35,16 @@ TEST(Base, Cases)
                 file.next(line);
             }), 1);
         }},
+        // Behind an end of the block of 32768 bytes that is read at once, and about it.
+        {"found", [](auto& c) {
+            for (std::size_t ahead = 32750; ahead < 32770; ++ahead) {
+                std::ofstream("table") << std::string(ahead, 'D') << c[0];
+                infile file;
+                text<4> line;
+                ASSERT_TRUE(file.open("table") && file.nextwith(c[1])) << ahead;
+                EXPECT_EQ(file.lineno(), c.integer(2)) << ahead;
+                EXPECT_TRUE(file.next(line) && line == text<4>(c[3])) << ahead;
+            }
+        }},
     });
-}
-
-// Against the simplest reader; lines end anywhere about the end of a block of 32768 bytes.
-TEST(Infile, ReadsAndFindsAsLineByLine)
-{
-    const workdirectory here;
-    std::mt19937 random(1);
-    const char* const parts[] = {" Iron", " Ironore", " Iro", " EE", " E", "Iron", " Dy\r", ""};
-    for (int i = 0; i < 400; ++i) {
-        std::string content;
-        for (auto n = random() % 30; n > 0; --n) {
-            const std::size_t blocks = content.size() / 32768 + 1;
-            if (random() % 6 == 0) content.resize(blocks * 32768 + 9 - random() % 12, 'D');
-            content += parts[random() % std::size(parts)];
-            if (random() % 5 != 0) content += '\n';
-        }
-        std::ofstream("table") << content;
-        const std::string wanted = std::string(parts[random() % 5]).substr(1);
-        infile file;
-        ASSERT_TRUE(file.open("table"));
-        std::istringstream lines(content);
-        text<6> read;
-        long number = 0;
-        bool at = true;  // the file has been read up to this line
-        for (std::string line; std::getline(lines, line); ++number) {
-            if (line.size() <= 6 && line.ends_with('\r')) line.pop_back();
-            const bool next = at && number % 3 == 1;
-            at = next || (!line.empty() && line.substr(1).starts_with(wanted));
-            if (!at) continue;
-            ASSERT_TRUE(next ? file.next(read) : file.nextwith(wanted)) << line;
-            ASSERT_TRUE((!next || read == text<6>(line)) && file.lineno() == number + 1) << line;
-        }
-        ASSERT_TRUE(!file.nextwith(wanted) && file.lineno() == number && !file.next(read));
-        for (file.rewind(); file.next(read);) --number;
-        ASSERT_EQ(number, 0);
-    }
 }

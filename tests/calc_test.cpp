@@ -85,6 +85,12 @@ TEST(Calc, TablesOfItsOwn)
             };
             c.expectin(said(action, c[1]), 2);
         }},
+        {"number", [](auto& c) {
+            std::ofstream("elements.dat") << contentof(DATA_DIR "/elements.dat");
+            std::ofstream("attenuation.coefficients") << " Iron\n" << c[0] << '\n';
+            const row message("coefficients: line 2: no atomic number of Iron\n>");
+            message.expectin(said([] { dialogue(); }, "2\n\n\n"), 0);
+        }},
         {"elements", [](auto& c) {
             std::string all = contentof(DATA_DIR "/elements.dat");
             all.replace(all.find(c[0]), c[0].empty() ? all.npos : c[0].size(), c[1]);
