@@ -3,7 +3,6 @@
 #include <set>
 
 #include "calc/attenuation.h"
-#include "terminal/key.h"
 #include "tests/session.h"
 
 namespace {
