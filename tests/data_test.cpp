@@ -3,7 +3,6 @@
 #include <set>
 
 #include "calc/attenuation.h"
-#include "terminal/key.h"
 #include "tests/session.h"
 
 namespace {
@@ -40,9 +39,6 @@ TEST(Tables, AreWholeAndThePublishedRowsUntouched)
         EXPECT_TRUE(coefficients.next(numberline) && std::atoi(&numberline(4)) == z);
         attenuation(14000.0f, atc);  // reads all rows
         EXPECT_TRUE(atc > 0.01f && atc < 0.06f) << z;
-        const std::string shown = said([z] { window(1), tell(elementdensity(z)); }, "\n");
-        const double density = std::stod(shown.substr(shown.rfind('<') + 1));
-        EXPECT_TRUE(density > 0.08 && density < 22.7) << z;
     }
 }
 
