@@ -3,6 +3,7 @@
 #include <set>
 
 #include "calc/attenuation.h"
+#include "terminal/key.h"
 #include "tests/session.h"
 
 namespace {
@@ -39,6 +40,9 @@ TEST(Tables, AreWholeAndThePublishedRowsUntouched)
         EXPECT_TRUE(coefficients.next(numberline) && std::atoi(&numberline(4)) == z);
         attenuation(14000.0f, atc);  // reads all rows
         EXPECT_TRUE(atc > 0.01f && atc < 0.06f) << z;
+        const std::string menu = said([z] { window(1), tell(elementdensity(z)); }, "\n");
+        const float density = std::stof(menu.substr(menu.rfind('<') + 1));
+        EXPECT_TRUE(density > 0.08f && density < 22.7f) << z;
     }
 }
 

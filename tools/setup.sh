@@ -120,11 +120,12 @@ uptodate() {
 }
 
 # Configures and builds, one caller at a time.
-#   $1       ON to configure the tests too, else OFF
+#   $1       ON to configure the tests too, OFF to do so only where what they need is there
 #   $2 ...   what to build
 build() {
     local testing=$1
     shift
+    [[ -n $(missing "${for_tests[@]}") ]] || testing=ON  # for whoever runs ctest next
     startlog
     {
         flock 9
