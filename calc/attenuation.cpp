@@ -63,22 +63,23 @@ bool iswhole(const text<8>& field)
 }
 
 // The first number in columns i to j of a line, of which `trlch` reads n_ch, and the count of
-// numbers there. 0 if there is none; not finite unless it stands plainly, digits with at most a
+// numbers there. 0 if there is no digit; not finite unless it stands plainly, digits with at most a
 // point between blanks: what is damaged would read as another number.
 float plainnumber(const text<80>& line, int i, int j, int n_ch, std::int32_t& count)
 {
     dim<float, 1, 32> out;
     trlch(n_ch, text<132>(line(i, j)), count, out);
-    if (count == 0) return 0.0f;
     const std::string_view columns = line(i - 1, j);
     std::size_t k = 1;
-    while (!isdecimal(columns[k])) ++k;
+    while (k < columns.size() && !isdecimal(columns[k]) && columns[k] != '.') ++k;
     while (k > 0 && columns[k - 1] != ' ') --k;
-    int points = k == 0 ? 2 : 0;  // begins before the columns
+    int digits = 0, points = k == 0 ? 2 : 0;  // it begins before the columns
     for (; k < columns.size() && columns[k] != ' '; ++k) {
-        if (!isdecimal(columns[k])) points += columns[k] == '.' ? 1 : 2;
+        if (isdecimal(columns[k])) ++digits;
+        else points += columns[k] == '.' ? 1 : 2;
     }
-    return points < 2 ? out(1) : NAN;
+    if (digits > 0 && points < 2) return out(1);
+    return std::any_of(columns.begin() + 1, columns.end(), isdecimal) ? NAN : 0.0f;
 }
 
 // The powers of ten that 64-bit floats hold exactly.
@@ -639,7 +640,7 @@ void startup(elementlist& elements)
     constexpr std::int32_t kwin = 1;
     window(kwin);
     term.npl = term.ncol(kwin);
-    const std::string_view lines[] = {
+    static constexpr std::string_view lines[] = {
         "",
         " The program uses the tables:",
         " X-Ray Mass Attenuation Coefficients",
