@@ -28,10 +28,10 @@ TEST(Base, Cases)
             EXPECT_EQ(shown, c[1]);
         }},
         {"refused", [](auto& c) {
-            c.expectin(said([&] {
+            c.expectin(said([&, name = c[0]] {
                 infile file;
                 text<4> line;
-                file.opentable(c[0].c_str());
+                file.opentable(name.c_str());
                 file.next(line);
             }), 1);
         }},
