@@ -30,44 +30,20 @@ std::FILE* script()
 // A line on its way into columns 1..n: collects what fits and pads the rest.
 struct linefield {
     char* to;
-    int n;
-    long length = 0;  // of the whole line, also beyond column n
+    std::size_t n;
+    std::size_t length = 0;  // of the whole line, also beyond column n
 
-    void add(const char* from, int count)
+    void add(std::string_view part)
     {
-        if (length < n) {
-            const long room = n - length;
-            const long used = count < room ? count : room;
-            std::memcpy(to + length, from, static_cast<std::size_t>(used));
-        }
-        length += count;
+        if (length < n) part.copy(to + length, n - length);
+        length += part.size();
     }
     void finish()
     {
         if (length > 0 && length <= n && to[length - 1] == '\r') --length;
-        if (length < n) std::memset(to + length, ' ', static_cast<std::size_t>(n - length));
+        if (length < n) std::memset(to + length, ' ', n - length);
     }
 };
-
-// Reads a line byte by byte from `nextbyte`, which gives -1 at the end of the channel.
-template <typename source>
-bool readline(source nextbyte, char* to, int n)
-{
-    linefield line{to, n};
-    int c = nextbyte();
-    const bool any = c >= 0;
-    for (; c >= 0 && c != '\n'; c = nextbyte()) {
-        const char byte = static_cast<char>(c);
-        line.add(&byte, 1);
-    }
-    line.finish();
-    return any;
-}
-
-std::string_view repeated(const text<132>& of, int n)
-{
-    return of(1, n < 0 ? 0 : n > 132 ? 132 : n);
-}
 
 }  // namespace
 
@@ -97,11 +73,11 @@ void await(int fd, short event)
 
 void collect(std::string_view part)
 {
-    for (std::size_t count = 0; !part.empty(); part.remove_prefix(count)) {
+    while (!part.empty()) {
         if (ncollected == sizeof collected) flushoutput();
-        count = std::min(part.size(), sizeof collected - ncollected);
-        std::memcpy(collected + ncollected, part.data(), count);
+        const std::size_t count = part.copy(collected + ncollected, sizeof collected - ncollected);
         ncollected += count;
+        part.remove_prefix(count);
     }
 }
 
@@ -168,8 +144,16 @@ void noteinputend(bool end) { ended = end; }
 
 bool readrecord(int unit, char* to, int n)
 {
-    if (unit == nscript) return readline([] { return std::getc(script()); }, to, n);
-    return readline(inputbyte, to, n);
+    const auto nextbyte = [unit] { return unit == nscript ? std::getc(script()) : inputbyte(); };
+    linefield line{to, static_cast<std::size_t>(n)};
+    int c = nextbyte();
+    const bool any = c >= 0;
+    for (; c >= 0 && c != '\n'; c = nextbyte()) {
+        const char byte = static_cast<char>(c);
+        line.add({&byte, 1});
+    }
+    line.finish();
+    return any;
 }
 
 void writepart(int unit, std::string_view part)
@@ -184,9 +168,9 @@ void writerecord(int unit, std::initializer_list<std::string_view> parts)
     writepart(unit, "\n");
 }
 
-std::string_view blanks(int n) { return repeated(blank132, n); }
+std::string_view blanks(int n) { return blank132(1, std::clamp(n, 0, 132)); }
 
-std::string_view dashes(int n) { return repeated(dash132, n); }
+std::string_view dashes(int n) { return dash132(1, std::clamp(n, 0, 132)); }
 
 bool infile::open(const char* filename)
 {
@@ -233,27 +217,21 @@ bool infile::fill()
 {
     start += filled;
     at = filled = 0;
-    if (fd < 0) return false;
-    ssize_t count = 0;
-    do {
-        count = read(fd, block, sizeof block);
-    } while (count < 0 && errno == EINTR);
+    const ssize_t count = read(fd, block, sizeof block);
     if (count < 0 && needed) stop("%s: cannot be read on: %s", name, std::strerror(errno));
-    if (count > 0) filled = static_cast<int>(count);
+    if (count > 0) filled = static_cast<std::size_t>(count);
     return count > 0;
 }
 
 bool infile::next(char* to, int n)
 {
-    linefield line{to, n};
+    linefield line{to, static_cast<std::size_t>(n)};
     bool any = false, whole = false;
     while (!whole && (at < filled || fill())) {
-        const char* const from = block + at;
-        const void* const end = std::memchr(from, '\n', static_cast<std::size_t>(filled - at));
-        whole = end != nullptr;
-        const int count =
-            whole ? static_cast<int>(static_cast<const char*>(end) - from) : filled - at;
-        line.add(from, count);
+        const std::string_view rest(block + at, filled - at);
+        const std::size_t count = std::min(rest.find('\n'), rest.size());
+        whole = count < rest.size();
+        line.add(rest.substr(0, count));
         at += count + (whole ? 1 : 0);
         any = true;
     }
@@ -263,23 +241,19 @@ bool infile::next(char* to, int n)
 
 // Looks for the line among those that lie whole in the block before `end`, and goes on behind the
 // name if it is there, else to `end`.
-bool infile::findline(std::string_view wanted, int end)
+bool infile::findline(std::string_view wanted, std::size_t end)
 {
     // Numbers are full of "E" and "D"; a name that begins so is looked for by its second letter.
-    const int letter = wanted.size() > 1 && (wanted[0] == 'E' || wanted[0] == 'D') ? 1 : 0;
-    const int length = static_cast<int>(wanted.size());
-    for (int i = at; i < end; ++i) {
-        const void* hit = std::memchr(block + i, wanted[static_cast<std::size_t>(letter)],
-                                      static_cast<std::size_t>(end - i));
-        if (hit == nullptr) break;
-        i = static_cast<int>(static_cast<const char*>(hit) - block);
-        const int first = i - letter - 1;  // where the line would begin
+    const std::size_t letter = wanted.size() > 1 && (wanted[0] == 'E' || wanted[0] == 'D') ? 1 : 0;
+    const std::string_view lines(block, end);
+    for (std::size_t i = at; (i = lines.find(wanted[letter], i)) < end; ++i) {
+        if (i <= at + letter) continue;
+        const std::size_t first = i - letter - 1;  // where the line would begin
         // Column 1 may hold any character, but there must be one: not the end of an empty line.
-        const bool begins =
-            first >= at && (first == at || block[first - 1] == '\n') && block[first] != '\n';
-        if (!begins || first + 1 + length > end) continue;
-        if (std::string_view(block + first + 1, wanted.size()) != wanted) continue;
-        at = first + 1 + length;
+        const bool begins = (first == at || block[first - 1] == '\n') && block[first] != '\n';
+        const std::string_view rest(block + first + 1, end - first - 1);
+        if (!begins || !rest.starts_with(wanted)) continue;
+        at = first + 1 + wanted.size();
         return true;
     }
     at = end;
@@ -291,11 +265,11 @@ bool infile::nextwith(std::string_view wanted)
     text<132> line;
     if (wanted.empty()) return next(line);
     while (at < filled || fill()) {
-        const void* last = memrchr(block + at, '\n', static_cast<std::size_t>(filled - at));
-        const int end = last ? static_cast<int>(static_cast<const char*>(last) - block) + 1 : at;
-        if (findline(wanted, end)) return next(line);
-        if (at == filled) continue;
-        // The last line goes on in the next block.
+        const std::size_t last = std::string_view(block, filled).rfind('\n');
+        if (last != std::string_view::npos && last >= at && findline(wanted, last + 1)) {
+            return next(line);
+        }
+        // What is left of the block is the beginning of a line that goes on in the next one.
         if (next(line) && line(2, 132).starts_with(wanted)) return true;
     }
     return false;
@@ -303,16 +277,10 @@ bool infile::nextwith(std::string_view wanted)
 
 long infile::lineno() const
 {
-    long lines = 0, place = 0;
-    const long end = start + at;
-    char last = '\n', part[4096];
-    while (place < end) {
-        const auto wanted = std::min(sizeof part, static_cast<std::size_t>(end - place));
-        const ssize_t count = pread(fd, part, wanted, place);
-        if (count <= 0) break;
-        lines += std::count(part, part + count, '\n');
-        last = part[count - 1];
-        place += count;
-    }
-    return lines + (last != '\n');
+    infile again;
+    text<1> line;
+    long lines = 0;
+    again.open(name);
+    while (again.start + again.at < start + at && again.next(line)) ++lines;
+    return lines;
 }

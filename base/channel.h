@@ -104,11 +104,11 @@ struct infile {
 
 private:
     int fd = -1;
-    bool needed = false;     // opened as a table: a read error is fatal
-    long start = 0;          // place of the block in the file
-    int at = 0, filled = 0;  // next byte of the block, and its end
+    bool needed = false;             // opened as a table: a read error is fatal
+    std::size_t start = 0;           // place of the block in the file
+    std::size_t at = 0, filled = 0;  // next byte of the block, and its end
     char block[32768];
 
     bool fill();
-    bool findline(std::string_view wanted, int end);
+    bool findline(std::string_view wanted, std::size_t end);
 };
