@@ -21,7 +21,7 @@ constexpr const char* densitytable = "dichte.dat";
 constexpr std::int32_t nrd = 5;  // input channel handed to every prompt
 constexpr std::int32_t nwr = 6;  // output channel, for every prompt and all printing
 
-text<16> blockname;  // the element whose block `coefficients` stands in, for messages
+char blockname[13];  // the element whose block `coefficients` stands in, for messages
 
 }  // namespace
 
@@ -32,9 +32,10 @@ infile coefficients;
 void findblock(const text<12>& name, int length)
 {
     coefficients.opentable(coefficienttable);
-    blockname = text<16>(name.all());
+    name(1, length).copy(blockname, sizeof blockname - 1);
+    blockname[length] = '\0';
     if (coefficients.nextwith(name(1, length))) return;
-    stop("%s: no block for the element \"%.*s\"", coefficienttable, length, name.ch);
+    stop("%s: no block for the element \"%s\"", coefficienttable, blockname);
 }
 
 namespace {
@@ -55,11 +56,11 @@ std::string_view trimmed(std::string_view field)
 }
 
 // True for a field that holds one whole number, with a blank behind it, as `c8toi` needs.
-bool iswhole(const text<8>& field)
+bool iswhole(std::string_view field)
 {
-    const std::string_view number = trimmed(field.all());
-    return !number.empty() && std::all_of(number.begin(), number.end(), isdecimal) &&
-           field(8) == ' ';
+    const std::string_view number = trimmed(field);
+    return field.ends_with(' ') && !number.empty() &&
+           std::all_of(number.begin(), number.end(), isdecimal);
 }
 
 // The first number in columns i to j of a line, of which `trlch` reads n_ch, and the count of
@@ -83,10 +84,8 @@ float plainnumber(const text<80>& line, int i, int j, int n_ch, std::int32_t& co
 }
 
 // The powers of ten that 64-bit floats hold exactly.
-constexpr int exacttens = 22;
-constexpr double tens[exacttens + 1] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
-                                        1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
-                                        1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+constexpr double tens[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8,  1e9,  1e10, 1e11,
+                           1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
 
 // digits x 10^exponent, rounded once. Up to 10^22 both factors are exact, so that one
 // multiplication or division does it: a compound of twelve heavy elements takes a third of the
@@ -94,8 +93,8 @@ constexpr double tens[exacttens + 1] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,
 double scaled(std::int64_t digits, int exponent)
 {
     const auto value = static_cast<double>(digits);
-    if (exponent >= 0 && exponent <= exacttens) return value * tens[exponent];
-    if (exponent < 0 && exponent >= -exacttens) return value / tens[-exponent];
+    if (exponent >= 0 && exponent <= 22) return value * tens[exponent];
+    if (exponent < 0 && exponent >= -22) return value / tens[-exponent];
     char number[48];
     std::snprintf(number, sizeof number, "%llde%d", static_cast<long long>(digits), exponent);
     return std::strtod(number, nullptr);
@@ -152,8 +151,8 @@ bool readrow(const text<80>& line, double& x, double& y)
 // Ends the program over the line of the table read last; the element stands between the two parts.
 [[noreturn]] void stopatline(const char* before, const char* after)
 {
-    stop("%s: line %ld: %s %.*s%s", coefficienttable, coefficients.lineno(), before,
-         blockname.length(), blockname.ch, after);
+    stop("%s: line %ld: %s %s%s", coefficienttable, coefficients.lineno(), before, blockname,
+         after);
 }
 
 // Row i, just read. Its energy must be above the one before, or the same at an edge, where mu/rho
@@ -161,8 +160,8 @@ bool readrow(const text<80>& line, double& x, double& y)
 void checkrow(const tablerows& t, int i, const text<80>& line)
 {
     const double before = i > 1 ? t.xi(i - 1) : 0.0;
-    const bool edge = i > 1 && t.xi(i) == before && t.yi(i) > t.yi(i - 1) &&
-                      !(i > 2 && t.xi(i - 2) == before);
+    const bool edge =
+        i > 1 && t.xi(i) == before && t.yi(i) > t.yi(i - 1) && !(i > 2 && t.xi(i - 2) == before);
     if (!(t.yi(i) > 0.0)) stopatline("mu/rho of", " is not above 0");
     if (!(t.xi(i) > before) && !edge) stopatline("the energies of", " do not ascend");
     const int length = line.length();
@@ -176,8 +175,7 @@ template <int n>
 void nextline(text<n>& line)
 {
     if (coefficients.next(line)) return;
-    stop("%s: the file ends within the block of %.*s", coefficienttable, blockname.length(),
-         blockname.ch);
+    stop("%s: the file ends within the block of %s", coefficienttable, blockname);
 }
 
 // Reads the block from its heading lines on, up to the first line that is no row.
@@ -200,13 +198,10 @@ void readrows(tablerows& t)
     if (t.n < 64) {  // a faulty row ends them, too: the line tells where to look
         std::snprintf(ending, sizeof ending, "; its rows end at line %ld", coefficients.lineno());
     }
-    if (t.n < 4) {
-        stop("%s: too few rows for %.*s%s", coefficienttable, blockname.length(), blockname.ch,
-             ending);
-    }
-    stop("%s: %.7g keV is outside the usable energies of %.*s, %.7g keV to below %.7g keV%s",
-         coefficienttable, double{energy}, blockname.length(), blockname.ch, 1000.0 * t.xi(2),
-         1000.0 * t.xi(t.n - 1), ending);
+    if (t.n < 4) stop("%s: too few rows for %s%s", coefficienttable, blockname, ending);
+    stop("%s: %.7g keV is outside the usable energies of %s, %.7g keV to below %.7g keV%s",
+         coefficienttable, double{energy}, blockname, 1000.0 * t.xi(2), 1000.0 * t.xi(t.n - 1),
+         ending);
 }
 
 // Last row at or below the energy `x` in MeV; 0 if there is none.
@@ -250,8 +245,8 @@ void attenuation(float energy, float& atc)
     if (i < 1 || i >= t.n) stopoutside(t, energy);
     atc = interpolated(t, i, energymev, energy);
     if (!std::isfinite(atc)) {
-        stop("%s: the rows of %.*s around %.7g keV give no finite coefficient", coefficienttable,
-             blockname.length(), blockname.ch, double{energy});
+        stop("%s: the rows of %s around %.7g keV give no finite coefficient", coefficienttable,
+             blockname, double{energy});
     }
 }
 
@@ -315,27 +310,22 @@ namespace {
 // The part of a formula not yet read.
 struct formularest {
     const text<132>& formula;
-    text<132> working;  // left-adjusted, the groups read dropped
-    int position;       // of its first character in the formula
+    int position = 1;  // of its first character in the formula
 
-    void drop(int count)
-    {
-        const int used = count < 132 ? count : 132;
-        const text<132> before = working;
-        working = text<132>(before(used + 1, 132));
-        position += used;
-    }
+    text<132> working() const { return text<132>(formula(position, 132)); }
+    void drop(int count) { position = std::min(position + count, 133); }
     [[noreturn]] void fault(const char* what, const char* hint = "") const
     {
+        const text<132> w = working();
         stop("formula \"%.*s\": \"%.*s\" at position %d: %s%s", formula.length(), formula.ch,
-             std::min(working.length(), 8), working.ch, position, what, hint);
+             std::min(w.length(), 8), w.ch, position, what, hint);
     }
 };
 
 // Reads the group at the front: a symbol and a count.
 void readgroup(formularest& rest, text<2>& symbol, std::int32_t& n)
 {
-    const text<132>& w = rest.working;
+    const text<132> w = rest.working();
     const bool oneletter = w(2) == '_';
     symbol = oneletter ? text<2>(w(1, 1)) : text<2>(w(1, 2));
     const char d1 = oneletter ? w(3) : w(4);
@@ -370,24 +360,6 @@ int findsymbol(const dim<text<2>, 1, 82>& es, const text<2>& symbol)
     return found;
 }
 
-// A formula that is put together, behind the words that offer it.
-struct offer {
-    char ch[132] = "";
-    int length = 0, groups = 0;
-
-    // Adds `count` atoms; a two-letter symbol takes one digit, so nine at a time.
-    void add(const text<2>& symbol, int count)
-    {
-        const int most = symbol(2) == ' ' ? 999 : 9;
-        for (; count > 0 && groups < 12; count -= most, ++groups) {
-            length += std::snprintf(ch + length, sizeof ch - static_cast<std::size_t>(length),
-                                    "%s%.*s_%d", groups == 0 ? "; write " : "", symbol.length(),
-                                    symbol.ch, std::min(count, most));
-        }
-        if (count > 0) groups = 13;  // more than a formula takes
-    }
-};
-
 // True if a formula in capitals could mean other elements than it says, as SIO2 does.
 bool ambiguous(std::string_view formula, const dim<text<2>, 1, 82>& es)
 {
@@ -402,17 +374,21 @@ bool ambiguous(std::string_view formula, const dim<text<2>, 1, 82>& es)
     return false;
 }
 
-// How to write a formula such as "H2O" or "Fe_12O_19" here. Empty where it has more to it than
-// known symbols and counts, or its capitals leave a doubt.
+struct offer {
+    char ch[132] = "";
+};
+
+// The words that offer how to write a formula such as "H2O" or "Fe_12O_19" here. Empty where it has
+// more to it than known symbols and counts, or its capitals leave a doubt.
 offer putright(std::string_view formula, const dim<text<2>, 1, 82>& es)
 {
     offer right;
+    int length = 0, groups = 0;
     if (ambiguous(formula, es)) return right;
     for (formula = trimmed(formula); !formula.empty(); formula = trimmed(formula)) {
-        const std::size_t letters =
-            formula.size() > 1 && formula[1] >= 'a' && formula[1] <= 'z' ? 2 : 1;
-        const text<2> symbol(formula.substr(0, letters));
-        formula.remove_prefix(letters);
+        const bool small = formula.size() > 1 && formula[1] >= 'a' && formula[1] <= 'z';
+        const text<2> symbol(formula.substr(0, small ? 2 : 1));
+        formula.remove_prefix(small ? 2 : 1);
         if (formula.starts_with('_')) formula.remove_prefix(1);
         int count = 0, digits = 0;
         for (; digits < 3 && !formula.empty() && isdecimal(formula[0]); ++digits) {
@@ -421,9 +397,15 @@ offer putright(std::string_view formula, const dim<text<2>, 1, 82>& es)
         }
         if (digits == 0) count = 1;
         if (findsymbol(es, symbol) == 0 || count == 0) return {};
-        right.add(symbol, count);
+        const int most = small ? 9 : 999;  // a two-letter symbol takes one digit
+        for (; count > 0; count -= most) {
+            if (++groups > 12) return {};  // more than a formula takes
+            length += std::snprintf(right.ch + length, sizeof right.ch - length, "%s%.*s_%d",
+                                    groups == 1 ? "; write " : "", symbol.length(), symbol.ch,
+                                    std::min(count, most));
+        }
     }
-    return right.groups > 12 ? offer{} : right;
+    return right;
 }
 
 }  // namespace
@@ -431,8 +413,8 @@ offer putright(std::string_view formula, const dim<text<2>, 1, 82>& es)
 void contentformula(const text<132>& formula, const dim<text<2>, 1, 82>& es, std::int32_t& j,
                     dim<std::int32_t, 1, 12>& indx, dim<std::int32_t, 1, 12>& mult)
 {
-    formularest rest{formula, formula, 1};
-    while (rest.position < 132 && rest.working(1) == ' ') rest.drop(1);
+    formularest rest{formula};
+    while (rest.position < 132 && formula(rest.position) == ' ') rest.drop(1);
     j = 0;
     do {
         const formularest group = rest;
@@ -448,7 +430,7 @@ void contentformula(const text<132>& formula, const dim<text<2>, 1, 82>& es, std
         ++j;
         indx(j) = index;
         mult(j) = n;
-    } while (!rest.working.blank());
+    } while (!rest.working().blank());
 }
 
 void atcoefficient(std::int32_t input, std::int32_t output, std::int32_t j,
@@ -499,24 +481,12 @@ bool isofelement(const infile& densities, const text<80>& line, std::int32_t nz)
     text<8> ch8(line(1, 8));
     std::int32_t mz = 0;
     c8toi(ch8, mz);
-    if (mz != nz) return false;
-    if (!iswhole(text<8>(line(1, 8)))) {
+    if (mz == nz && !iswhole(line(1, 8))) {
         const std::string_view number = trimmed(line(1, 8));
         stop("%s: line %ld: \"%.*s\" is no atomic number", densitytable, densities.lineno(),
              static_cast<int>(number.size()), number.data());
     }
-    return true;
-}
-
-// The density in g/cm3 that a line names; 0 if it names none.
-float densityin(const infile& densities, const text<80>& line)
-{
-    std::int32_t count = 0;
-    const float density = plainnumber(line, 39, 80, 60, count);
-    if (!std::isfinite(density)) {
-        stop("%s: line %ld: the density is no plain number", densitytable, densities.lineno());
-    }
-    return density;
+    return mz == nz;
 }
 
 void readmodifications(std::int32_t nz, modifications& found)
@@ -524,6 +494,7 @@ void readmodifications(std::int32_t nz, modifications& found)
     infile densities;
     densities.opentable(densitytable);
     text<80> ch80;
+    std::int32_t count = 0;
     do {
         if (!densities.next(ch80)) stop("%s: no line for atomic number %d", densitytable, nz);
     } while (!isofelement(densities, ch80, nz));
@@ -533,7 +504,10 @@ void readmodifications(std::int32_t nz, modifications& found)
                  densities.lineno(), nz);
         }
         found.line(++found.n) = ch80;
-        found.density(found.n) = densityin(densities, ch80);
+        found.density(found.n) = plainnumber(ch80, 39, 80, 60, count);  // 0 if there is none
+        if (!std::isfinite(found.density(found.n))) {
+            stop("%s: line %ld: the density is no plain number", densitytable, densities.lineno());
+        }
     } while (densities.next(ch80) && isofelement(densities, ch80, nz));
 }
 
@@ -734,9 +708,8 @@ void elementpath(sample& s, const text<12>& name, const absorber& chosen)
     text<16> element;
     nextline(element);
     text<8> number(element(4, 11));
-    const bool whole = iswhole(number);
     c8toi(number, s.nz);
-    if (!whole || s.nz < 1) stopatline("no atomic number of", "");
+    if (!iswhole(element(4, 11)) || s.nz < 1) stopatline("no atomic number of", "");
     s.iread = 1;
     s.density = elementdensity(s.nz);
     attenuation(energy, s.atc);
@@ -753,12 +726,6 @@ float compoundcoefficient(const sample& s, const absorber& compound, float value
     return atc;
 }
 
-void compoundpath(sample& s, const absorber& chosen)
-{
-    s.atc = compoundcoefficient(s, chosen, chosen.value);
-    printcoefficient(s, 6);
-}
-
 // Asks for formula and density; `typed` becomes the compound.
 void askcompound(sample& s, absorber& typed)
 {
@@ -768,19 +735,20 @@ void askcompound(sample& s, absorber& typed)
     contentformula(chin, s.elements.es, typed.j, typed.indx, typed.mult);
 }
 
-void setupabsorber(sample& s, const absorber& chosen)
+void setupabsorber(sample& s, absorber chosen)
 {
     s.density = chosen.density;
-    absorber typed = chosen;
     switch (chosen.way) {
         case route::element: return elementpath(s, text<12>(chosen.name), chosen);
         case route::symbol: return elementpath(s, askelement(s.elements), chosen);
-        case route::compound: return compoundpath(s, chosen);
-        case route::formula: askcompound(s, typed); return compoundpath(s, typed);
+        case route::formula: askcompound(s, chosen); [[fallthrough]];
+        case route::compound:
+            s.atc = compoundcoefficient(s, chosen, chosen.value);
+            return printcoefficient(s, 6);
         case route::twolines:
-            askcompound(s, typed);
-            s.atc1 = compoundcoefficient(s, typed, energy1);
-            s.atc2 = compoundcoefficient(s, typed, energy2);
+            askcompound(s, chosen);
+            s.atc1 = compoundcoefficient(s, chosen, energy1);
+            s.atc2 = compoundcoefficient(s, chosen, energy2);
             s.source = "57Co";
     }
 }

@@ -22,11 +22,11 @@ static_assert(FLT_EVAL_METHOD == 0, "32-bit arithmetic must not be carried out i
 void stringlength(text<132>& ch, std::int32_t& il)
 {
     il = 0;
-    const text<131> before(ch.all());
-    const int k = before.length();
+    const text<132> before = ch;
+    const int k = ch.length(131);
     if (k == 0 || ch(1) == '\0') return;
     int i = 1;
-    while (before(i) == ' ') ++i;
+    while (ch(i) == ' ') ++i;
     il = k - i + 1;
     ch.put(1, k + 1, before(i, k));
 }
@@ -34,7 +34,7 @@ void stringlength(text<132>& ch, std::int32_t& il)
 void stringend(const text<132>& ch, std::int32_t& il)
 {
     if (il < 1 || il > 132) il = 132;
-    while (il > 0 && ch(il) == ' ') --il;
+    il = ch.length(il);
 }
 
 void lc_character(text<132>& ch)
@@ -207,7 +207,8 @@ bool scancolumn(numberscan& s, std::string_view columns, int& k)
 void trlch(std::int32_t n_ch, const text<132>& chin, std::int32_t& iout, dim<float, 1, 32>& out)
 {
     // The blank behind the text ends its last number; further ones change nothing.
-    const int nch = std::clamp(n_ch, 0, std::min(chin.length() + 1, 132));
+    const int most = std::clamp(n_ch, 0, 132);
+    const int nch = std::min(chin.length(most) + 1, most);
     const std::string_view columns = chin(1, nch);
     numberscan s;
     for (int k = 1; k <= nch; ++k) {
