@@ -61,6 +61,7 @@ struct text {
     /// Place of the last non-blank among columns 1 to k, 0 if there is none.
     int length(int k = n) const
     {
+        if (k > n) k = n;
         // Eight blanks at a time: a twentieth of the instructions of a whole dialogue.
         while (k >= 8 && std::memcmp(ch + k - 8, "        ", 8) == 0) k -= 8;
         while (k > 0 && ch[k - 1] == ' ') --k;

@@ -3,7 +3,10 @@
 
 #include <algorithm>
 #include <cfloat>
+#include <charconv>
 #include <cmath>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 #include "base/channel.h"
@@ -68,15 +71,11 @@ void nextchar(const text<132>& chl, std::int32_t& il, std::int32_t& ip, text<132
 
 void itoc8(text<8>& ch, std::int32_t nn)
 {
-    ch = text<8>();
-    if (nn < 0) ch(1) = '-';
+    ch = nn < 0 ? "-" : "";
+    if (nn == 0) return;
     char digits[16];
-    int count = 0;
-    for (std::int64_t rest = nn < 0 ? -std::int64_t{nn} : nn; rest > 0; rest /= 10) {
-        digits[count++] = static_cast<char>('0' + rest % 10);
-    }
-    if (count > 7) return ch.put(2, 8, "*******");
-    for (int i = 0; i < count; ++i) ch(2 + i) = digits[count - 1 - i];
+    const auto end = std::to_chars(digits, digits + sizeof digits, std::abs(std::int64_t{nn})).ptr;
+    ch.put(2, 8, end - digits > 7 ? "*******" : std::string_view(digits, end));
 }
 
 void c8toi(text<8>& ch, std::int32_t& n)
@@ -354,30 +353,15 @@ void buildfixed(const numberformat& f, numbertext& t)
 
 void buildexponent(const numberformat& f, numbertext& t)
 {
-    text<8> digits;
-    itoc8(digits, t.iex < 0 ? -t.iex : t.iex);
-    text<4> chexp;
-    int length = 0;
-    if (t.iex < 0) chexp(++length) = '-';
-    else if (f.plus) chexp(++length) = '+';
-    if (t.iex == 0) chexp(++length) = '0';
-    for (int i = 2; i <= digits.length(); ++i) chexp(++length) = digits(i);
-
+    char exponent[16], tail[24];
+    std::snprintf(exponent, sizeof exponent, f.plus ? "%+d" : "%d", t.iex);
+    // "a" is a markup for a raised exponent.
+    const int length = f.is('e') ? std::snprintf(tail, sizeof tail, "%c%s", f.fch, exponent)
+                                 : std::snprintf(tail, sizeof tail, "*10@u%s@n", exponent);
     t.appenddigits(f.k10);
     t.point(t.ip + 1, f.k10);
-    t.im = t.ip + 1 + f.k10;
-    text<24> tail;
-    if (f.is('e')) {
-        tail(1) = f.fch;
-        tail.put(2, 24, chexp(1, length));
-        t.im += 2 + length;
-    } else {  // a markup for a raised exponent
-        tail.put(1, 5, "*10@u");
-        tail.put(6, 5 + length, chexp(1, length));
-        tail.put(6 + length, 7 + length, "@n");
-        t.im += 8 + length;
-    }
-    t.chl.put(t.ip + f.k10 + 3, 24, tail.trimmed());
+    t.im = t.ip + 2 + f.k10 + length;
+    t.chl.put(t.ip + f.k10 + 3, 24, tail);
 }
 
 // Puts the text into its field, or marks it where it is wider.
@@ -403,14 +387,10 @@ void trlnu(text<7>& formatch, float rn, text<24>& chr, std::int32_t& nn, text<24
     const numberformat f = readformat(formatch);
     nn = f.nn;
     chl = chr = text<24>();
-    if (nn >= 25) {
-        chl = chr = "************************";
-        return;
-    }
-    if (!std::isfinite(rn)) {
-        im = nn;
-        chl.put(1, im, "************************");
+    if (nn >= 25 || !std::isfinite(rn)) {
+        chl.put(1, std::min(nn, 24), "************************");
         chr = chl;
+        if (nn < 25) im = nn;
         return;
     }
     numbertext t;
