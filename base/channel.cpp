@@ -71,16 +71,6 @@ void await(int fd, short event)
     poll(&ready, 1, -1);
 }
 
-void collect(std::string_view part)
-{
-    while (!part.empty()) {
-        if (ncollected == sizeof collected) flushoutput();
-        const std::size_t count = part.copy(collected + ncollected, sizeof collected - ncollected);
-        ncollected += count;
-        part.remove_prefix(count);
-    }
-}
-
 }  // namespace
 
 bool writeout()
@@ -158,8 +148,12 @@ bool readrecord(int unit, char* to, int n)
 
 void writepart(int unit, std::string_view part)
 {
-    if (unit == nscript) std::fwrite(part.data(), 1, part.size(), script());
-    else collect(part);
+    if (unit == nscript) {
+        std::fwrite(part.data(), 1, part.size(), script());
+        return;
+    }
+    if (part.size() > sizeof collected - ncollected) flushoutput();
+    ncollected += part.copy(collected + ncollected, sizeof collected - ncollected);
 }
 
 void writerecord(int unit, std::initializer_list<std::string_view> parts)

@@ -50,8 +50,8 @@ bool readrecord(int unit, text<n>& record)
     return readrecord(unit, record.ch, n);
 }
 
-/// Writes a part of a line to channel `unit`, 6 or 10. Channel 10 without a script file ends the
-/// program; a fault in writing the script file is not noticed.
+/// Writes a part of a line, at most 4096 bytes, to channel `unit`, 6 or 10. Channel 10 without a
+/// script file ends the program; a fault in writing the script file is not noticed.
 void writepart(int unit, std::string_view part);
 
 /// Writes one line: the parts side by side and a line break.

@@ -79,3 +79,11 @@ struct text {
     bool contains(std::string_view s) const { return all().find(s) != std::string_view::npos; }
     bool operator==(const text& other) const { return std::memcmp(ch, other.ch, n) == 0; }
 };
+
+/// A text of at most 132 characters as the C library takes it, with a NUL at its end.
+struct cstring {
+    char ch[133]{};
+
+    explicit cstring(std::string_view s) { s.copy(ch, sizeof ch - 1); }
+    operator const char*() const { return ch; }
+};

@@ -27,15 +27,19 @@ std::size_t letterlength(std::string_view front)
 
 int makeprintable(std::string_view from, char* to, std::size_t room)
 {
-    std::size_t count = 0, taken = 0;
-    for (; !from.empty(); from.remove_prefix(taken)) {
+    std::size_t count = 0;
+    while (!from.empty()) {
         const unsigned c = static_cast<unsigned char>(from[0]);
-        taken = c < 128 ? 1 : std::max<std::size_t>(letterlength(from), 1);
         const bool control = (c < 32 && c != '\t') || (c >= 127 && c <= 159);
-        const char form[] = {c < 128 ? '^' : '~', static_cast<char>((c ^ 64) & 127)};
-        const std::string_view part = control ? std::string_view(form, 2) : from.substr(0, taken);
-        if (part.size() > room - count) break;
-        for (const char shown : part) to[count++] = shown;
+        const std::size_t letter = c < 128 ? 1 : std::max<std::size_t>(letterlength(from), 1);
+        if ((control ? 2 : letter) > room - count) break;
+        if (control) {
+            to[count++] = c < 128 ? '^' : '~';
+            to[count++] = static_cast<char>((c ^ 64) & 127);
+        } else {
+            for (std::size_t i = 0; i < letter; ++i) to[count++] = from[i];
+        }
+        from.remove_prefix(letter);
     }
     return static_cast<int>(count);
 }
