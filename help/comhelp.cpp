@@ -4,7 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstring>
+#include <charconv>
 
 #include "base/channel.h"
 #include "base/printable.h"
@@ -23,6 +23,20 @@ constexpr int nwr = 6;  // the menu and the help display write to standard outpu
 constexpr int nrd = 5;
 
 void cursorup(std::string_view lines) { writerecord(nwr, {" ", lines}); }
+
+// The parts side by side. If they are too long, they are cut, or the whole is blank.
+text<132> joined(std::initializer_list<std::string_view> parts, bool cut = false)
+{
+    text<132> whole;
+    int at = 0;
+    for (const std::string_view part : parts) {
+        const int end = at + static_cast<int>(part.size());
+        if (end > 132 && !cut) return text<132>();
+        whole.put(at + 1, std::min(end, 132), part);
+        at = std::min(end, 132);
+    }
+    return whole;
+}
 
 }  // namespace
 
@@ -116,20 +130,14 @@ bool blocklayout(menu& m, int laengez)
 {
     laengez += 2;
     int lapl = std::max(m.npx, 0) / laengez;
-    m.iz = lapl == 0 ? 0 : m.lq / lapl;
-    if (m.iz * lapl < m.lq) ++m.iz;
-    int lr = 0;
-    for (; lapl != 0; --lapl) {
-        lr = lapl * m.iz - m.lq;
-        if (lr >= m.iz - 1) continue;
-        if (lr < 0) ++lapl;
-        lr = lapl * m.iz - m.lq;
-        break;
-    }
     if (lapl == 0) return false;
+    m.iz = (m.lq + lapl - 1) / lapl;
+    while (lapl > 0 && lapl * m.iz - m.lq >= m.iz - 1) --lapl;
+    if (lapl == 0) return false;
+    if (lapl * m.iz < m.lq) ++lapl;
     for (int k = 1; k <= m.lq; ++k) scrd.laenge(k) = laengez + 5;
     for (int r = 1; r < m.iz; ++r) scrd.lpart(r) = lapl;
-    scrd.lpart(m.iz) = lapl - lr;
+    scrd.lpart(m.iz) = m.lq - lapl * (m.iz - 1);
     return true;
 }
 
@@ -137,8 +145,7 @@ bool blocklayout(menu& m, int laengez)
 // menu could take, is never drawn and therefore not counted.
 void nextrow(menu& m, int count)
 {
-    if (m.iz == 64) return;
-    scrd.lpart(++m.iz) = count;
+    if (m.iz < 64) scrd.lpart(++m.iz) = count;
 }
 
 // Entries one after another, each in a cell of a multiple of ten columns.
@@ -170,20 +177,15 @@ void flowinglayout(menu& m)
     }
 }
 
-void layout(menu& m, bool block)
-{
-    const int laengez = measureentries(m);
-    scrd.lpart(0) = 0;
-    if (!block || !blocklayout(m, laengez)) flowinglayout(m);
-}
-
 // The set-up of a menu: widths, title, rows. Nothing is highlighted yet.
 void setup(menu& m)
 {
     const bool block = m.chdf(80) == '#';
     measure(m);
     drawtitle(m);
-    layout(m, block);
+    const int laengez = measureentries(m);
+    scrd.lpart(0) = 0;
+    if (!block || !blocklayout(m, laengez)) flowinglayout(m);
     m.jjq = m.jq = m.ikey = 0;
 }
 
@@ -192,10 +194,8 @@ void setup(menu& m)
 int search(const menu& m, int from)
 {
     const std::string_view wanted = m.chdf(1, m.le);
-    for (int k = from + 1; k <= m.lq; ++k) {
-        if (scrd.queryar(k).contains(wanted)) return k;
-    }
-    for (int k = 1; k <= m.lq; ++k) {
+    for (int i = 0; i < m.lq; ++i) {
+        const int k = (from + i) % m.lq + 1;
         if (scrd.queryar(k).contains(wanted)) return k;
     }
     return m.lq + 1;
@@ -209,21 +209,6 @@ int entrytomark(const menu& m)
     return 0;
 }
 
-// A display cell, put together part by part and cut at its 132 characters.
-struct cell {
-    text<132>& type;
-    int at = 0;
-
-    explicit cell(text<132>& field) : type(field) { field = text<132>(); }
-    cell& operator<<(std::string_view part)
-    {
-        const int end = std::min(at + static_cast<int>(part.size()), 132);
-        type.put(at + 1, end, part);
-        at = end;
-        return *this;
-    }
-};
-
 // Chooses the entry to highlight and rebuilds all cells. No entry is highlighted before.
 void mark(menu& m)
 {
@@ -231,13 +216,13 @@ void mark(menu& m)
     for (int k = 1; k <= m.lq; ++k) {
         const std::string_view entry = scrd.queryar(k)(1, scrd.lw(k));
         const std::string_view ext = scrd.ext(k)(1, scrd.ld(k));
-        const std::string_view gap = ext.empty() ? "" : " ";
+        const std::string_view gap = blanks(ext.empty() ? 0 : 1);
         if (k == jj) {
             m.jjq = m.jq = k;
             m.chdf = text<80>(scrd.queryar(k).all());
-            cell(scrd.type(k)) << escape::red << "[" << entry << gap << ext << "]";
+            scrd.type(k) = joined({escape::red, "[", entry, gap, ext, "]"}, true);
         } else {
-            cell(scrd.type(k)) << escape::normal << " " << entry << gap << ext;
+            scrd.type(k) = joined({escape::normal, " ", entry, gap, ext}, true);
         }
     }
 }
@@ -306,18 +291,12 @@ void drawseparator(menu& m)
     ++m.iwrl;
 }
 
-void draw(menu& m)
-{
-    m.iwrl += drawrows(m, nwr);
-    writerecord(nwr, {escape::normal, escape::up1});
-    drawseparator(m);
-}
-
 // A key, or a typed text of which the key is the first character.
 void readkey(menu& m)
 {
     const int code = key();
-    if (inputended()) stop("end of input at the menu \"%.*s\"", m.cheader.length(), m.cheader.ch);
+    const cstring title(m.cheader.trimmed());
+    if (inputended()) stop("end of input at the menu \"%s\"", title.ch);
     m.ikey = 0;
     if (code < 0) {
         const bool back = code == keyup || code == keyleft;
@@ -329,10 +308,7 @@ void readkey(menu& m)
         writerecord(nwr, {" "});
     } else {
         text<132> rest;
-        if (!readrecord(nrd, rest)) {
-            stop("end of input in an answer to the menu \"%.*s\"", m.cheader.length(),
-                 m.cheader.ch);
-        }
+        if (!readrecord(nrd, rest)) stop("end of input in an answer to the menu \"%s\"", title.ch);
         m.ch132(1) = static_cast<char>(code);
         m.ch132.put(2, 132, rest.all());
     }
@@ -350,8 +326,7 @@ void recordchoice(const menu& m)
 {
     drawrows(m, nscript);
     text<132> line(dashes(std::max(m.npx, 5)));
-    if (m.jq > 9) line(1) = static_cast<char>('0' + m.jq / 10);
-    line(m.jq > 9 ? 2 : 1) = static_cast<char>('0' + m.jq % 10);
+    std::to_chars(line.ch, line.ch + 2, m.jq);
     writerecord(nscript, {line(1, std::max(m.npx, 5))});
 }
 
@@ -452,7 +427,9 @@ step selectentry(menu& m)
             replay(m);
             return step::done;
         }
-        draw(m);
+        m.iwrl += drawrows(m, nwr);
+        writerecord(nwr, {escape::normal, escape::up1});
+        drawseparator(m);
         if (m.le == 0) return step::done;  // no default and no answer: the menu is only drawn
         readanswer(m);
         if (m.wrb == 'w' && m.ch132.blank()) recordchoice(m);
@@ -526,14 +503,6 @@ bool isheader(const text<80>& line, const text<132>& key)
     return line == wanted;
 }
 
-// The key that a line names from column 3 on.
-text<132> keyin(const text<80>& line)
-{
-    text<132> named("/");
-    named.put(2, 132, line(3, 80));
-    return named;
-}
-
 // Reads on to the header of the entry. A starred key shows every matching header up to the end of
 // the file. True when the header was found, for a starred key when it was the last line.
 bool findentry(display& d)
@@ -550,12 +519,10 @@ bool findentry(display& d)
 
 void showmarkup(display& d)
 {
-    static const struct {
-        std::string_view letters, sequence;
-    } markups[] = {{"bf", escape::bold}, {"ul", escape::underline}, {"bc", escape::blue}};
-    for (const auto& m : markups) {
-        if (d.line(2, 3) == m.letters) d.markup = m.sequence;
-    }
+    const std::string_view letters = d.line(2, 3);
+    if (letters == "bf") d.markup = escape::bold;
+    if (letters == "ul") d.markup = escape::underline;
+    if (letters == "bc") d.markup = escape::blue;
     const text<77> shown(d.line(4, 80));
     if (d.markup.empty()) return writeprintable("", shown.trimmed(), "");
     text<5> before;  // right-aligned
@@ -589,25 +556,23 @@ bool showpage(display& d, bool& more)
     return rows >= d.page;
 }
 
-enum class textend { shown, continued };
-
 // Shows the text behind the header page by page, with a pause after each. The line that ends it is
-// left in `line`, blank at the end of the file. `continued`: the first line of a page named another
+// left in `line`, blank at the end of the file. False if the first line of a page named another
 // entry to go on with, which is now the key.
-textend showtext(display& d)
+bool showtext(display& d)
 {
     bool more = d.file.next(d.line);
     for (bool full = true; full && more;) {
         if (d.line.begins("/>")) {
-            d.key = keyin(d.line);
-            return textend::continued;
+            d.key = joined({"/", d.line(3, 80)});
+            return false;
         }
         if (d.line(1) == '/') break;
         full = showpage(d, more);
         pause(d);
     }
     if (!more) d.line = text<80>();
-    return textend::shown;
+    return true;
 }
 
 // Shows the entry of the key, over all its continuations. False, with a line that says why, if
@@ -620,24 +585,10 @@ bool showentry(display& d)
             writeprintable("", d.file.name, "");
             return false;
         }
-        if (d.starred || showtext(d) == textend::shown) return true;
+        if (d.starred || showtext(d)) return true;
     }
     writeprintable("the help texts continue in a circle at ", d.key.trimmed(), "");
     return false;
-}
-
-// The parts side by side; blank if they are too long.
-text<132> joined(std::initializer_list<std::string_view> parts)
-{
-    text<132> whole;
-    int at = 0;
-    for (const std::string_view part : parts) {
-        const int size = static_cast<int>(part.size());
-        if (at + size > 132) return text<132>();
-        whole.put(at + 1, at + size, part);
-        at += size;
-    }
-    return whole;
 }
 
 // The name that stands from column `i` of a line on, if it is a plain one: it becomes part of a
@@ -736,17 +687,14 @@ void startviewer(const display& d)
     // The name may be that of a "details" line, without the "&" that keeps the dialogue going.
     const bool background = d.target.trimmed().ends_with('&');
     const text<132> command = background ? d.target : joined({d.target.trimmed(), " &"});
-    char dvifile[133]{};
-    std::memcpy(dvifile, command.ch, static_cast<std::size_t>(command.length()));
-    viewdvi(dvifile);
+    viewdvi(cstring(command.trimmed()));
 }
 
 void showdetails(const display& d)
 {
-    char name[133]{};
-    std::memcpy(name, d.target.ch, static_cast<std::size_t>(d.target.length()));
+    const cstring name(d.target.trimmed());
     infile file;
-    if (!file.open(name)) return writeprintable(" file ", name, " for details not found");
+    if (!file.open(name)) return writeprintable(" file ", name.ch, " for details not found");
     text<80> line;
     while (file.next(line)) writeprintable("", line.all(), "");
 }
@@ -759,17 +707,15 @@ void trailer(const display& d)
     writerecord(cmpa.nwrwin, {"   from help-file:", shown.view(), " ", escape::normal});
 }
 
-enum class walkend { left, toodeep };
-
-// Shows the entry of the key and those that the user goes on to.
-walkend walk(display& d)
+// Shows the entry of the key and those that the user goes on to. False if they lead too deep.
+bool walk(display& d)
 {
     for (;;) {
-        if (!showentry(d)) return walkend::left;
+        if (!showentry(d)) return true;
         if (d.starred) break;
         if (!openlevel(d)) {
             writerecord(cmpa.nwrwin, {" there was no way back to the preceeding level"});
-            return walkend::toodeep;
+            return false;
         }
         text<80> entry;
         if (!chooserelated(d, entry)) break;
@@ -784,7 +730,7 @@ walkend walk(display& d)
         writerecord(cmpa.nwrwin, {""});
     }
     trailer(d);
-    return walkend::left;
+    return true;
 }
 
 // Counts how deep help texts are open inside each other.
@@ -805,8 +751,7 @@ void helproutine(const text<132>& chcom, const text<132>& helpfile)
     d.width = std::clamp(term.ncol(1), 1, 132);
     d.page = std::max(term.nrows(1) - 1, 1);
     d.key = chcom;
-    char name[133]{};
-    std::memcpy(name, helpfile.ch, static_cast<std::size_t>(helpfile.length()));
+    const cstring name(helpfile.trimmed());
     if (name[0] == '\0' || !d.file.open(name) || d.key.blank()) {
         writerecord(nwr, {"entry of helpfile  could not be identified"});
         return;
@@ -823,26 +768,21 @@ void helproutine(const text<132>& chcom, const text<132>& helpfile)
     // related entries may be long, and help may be asked for inside it.
     const auto queryar = scrd.queryar;
     const auto ext = scrd.ext;
-    const walkend end = walk(d);
+    const bool kept = walk(d);
     scrd.ext = ext;
-    if (end == walkend::left) scrd.queryar = queryar;  // else they are lost, as ever
+    if (kept) scrd.queryar = queryar;  // else they are lost, as ever
 }
 
 void help(const text<132>& chin)
 {
     infopath();
-    text<132> chcom("/");
-    chcom.put(2, 132, chin(1, 131));
+    const text<132> chcom = joined({"/", chin(1, 131)});
     const std::string_view directory(path.hepath.item, sizeof path.hepath.item);
     const std::size_t nul = directory.find('\0');
-    const int l = nul == std::string_view::npos ? 0 : static_cast<int>(nul);
-    text<132> name;
-    if (l > 0) name.put(1, l, directory);
-    name.put(l + 1, 132, localpath.localhepath.all());
+    text<132> name = joined(
+        {directory.substr(0, nul < directory.size() ? nul : 0), localpath.localhepath.all()}, true);
 
-    char file[133]{};
-    std::memcpy(file, name.ch, static_cast<std::size_t>(name.length()));
-    if (access(file, F_OK) != 0) {
+    if (access(cstring(name.trimmed()), F_OK) != 0) {
         name = "helpfile.help";
         if (access("helpfile.help", F_OK) != 0) {
             writerecord(nwr, {" helpfile:", name.trimmed()});

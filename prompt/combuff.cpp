@@ -55,14 +55,10 @@ void nextchar(const text<132>& chl, std::int32_t& il, std::int32_t& ip, text<132
     const auto separator = [](char c) { return c == ' ' || c == ','; };
     if (il > 130) il = 130;
     const int end = il > 0 ? il : 0;
-    int npl = 131;
-    while (npl > end && chl(npl) == ' ') --npl;
-    ++npl;  // the first blank behind the text
+    const int npl = std::max(chl.length(131), end) + 1;  // the first blank behind the text
 
     ip = end + 1;
-    if (end >= 1) {
-        while (ip < npl && !separator(chl(ip))) ++ip;
-    }
+    while (end >= 1 && ip < npl && !separator(chl(ip))) ++ip;
     while (ip < npl && separator(chl(ip))) ++ip;
     cha = text<132>(chl(ip, npl));
     ia = 0;
@@ -80,9 +76,8 @@ void itoc8(text<8>& ch, std::int32_t nn)
 
 void c8toi(text<8>& ch, std::int32_t& n)
 {
-    for (int i = 1; i <= 8; ++i) {
-        if (static_cast<unsigned char>(ch(i)) > '9') ch(i) = ' ';
-    }
+    const auto above9 = [](char c) { return static_cast<unsigned char>(c) > '9'; };
+    std::replace_if(ch.ch, ch.ch + sizeof ch.ch, above9, ' ');
     n = 0;
     int i = 1;
     while (i <= 8 && ch(i) == ' ') ++i;
@@ -371,11 +366,9 @@ void place(text<24>& chr, int nn, text<24>& chl, int im)
         chr.put(nn - im + 1, nn, chl(1, im));
         return;
     }
-    text<32> marked("***");
-    const int length = im < 24 ? im : 24;
-    marked.put(4, 3 + length, chl(1, length));
-    marked.put(4 + length, 6 + length, "***");
-    chl = chr = text<24>(marked.all());
+    char marked[32];
+    std::snprintf(marked, sizeof marked, "***%.*s***", std::min(im, 24), chl.ch);
+    chl = chr = marked;
 }
 
 }  // namespace
@@ -612,13 +605,6 @@ void askvalue(text<132>& querytype, text<7>& form, float& value, text<132>& chco
 
 namespace {
 
-void remember(std::string_view line)
-{
-    char s[133]{};
-    if (!line.empty()) std::memcpy(s, line.data(), line.size() < 132 ? line.size() : 132);
-    addhist(s);
-}
-
 // An answer line as the line editor gives it, kept in its history unless it is empty; stops at the
 // end of input.
 text<132> editedline(const question& q, std::int32_t nwr)
@@ -631,7 +617,7 @@ text<132> editedline(const question& q, std::int32_t nwr)
     }
     text<132> ch132;
     for (int i = 1; i <= count; ++i) ch132(i) = static_cast<char>(k(i));
-    if (count > 0) remember(ch132(1, count));
+    if (count > 0) addhist(cstring(ch132(1, count)));
     return ch132;
 }
 
@@ -686,7 +672,7 @@ void askstring(text<132>& querytype, text<132>& chstr, text<132>& chcom, std::in
     for (;;) {
         // Typed control characters are shown, not sent.
         writerecord(nwr, {q.prefix(), q.shown(), " [", printable<160>(stored.view()).view(), "]"});
-        remember(stored.view());  // the up-arrow key brings the default back for editing
+        addhist(cstring(stored.view()));  // the up-arrow key brings the default back for editing
         ch132 = editedline(q, nwr);
         cursorup(nwr, escape::up2);
         text<132> lower = ch132;
