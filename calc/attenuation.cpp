@@ -271,14 +271,10 @@ double fourpoints(const dim<double, 1, 4>& xs, const dim<double, 1, 4>& ys, doub
 // and rounded once; everything else is 64-bit.
 double threepoints(const dim<double, 1, 4>& xs, const dim<double, 1, 4>& ys, double us)
 {
-    dim<dim<float, 1, 3>, 1, 3> matrix;
-    for (int k = 1; k <= 3; ++k) {
-        matrix(k)(1) = static_cast<float>(xs(k) * xs(k));
-        matrix(k)(2) = static_cast<float>(xs(k));
-        matrix(k)(3) = 1.0f;
-    }
-    const auto m = [&matrix](int row, int column) {  // numbered round and round
-        return double{matrix((row - 1) % 3 + 1)((column - 1) % 3 + 1)};
+    const auto m = [&xs](int row, int column) {  // both numbered round and round
+        const double x = xs((row - 1) % 3 + 1);
+        const int power = 2 - (column - 1) % 3;
+        return double{static_cast<float>(power == 2 ? x * x : power == 1 ? x : 1.0)};
     };
     const auto cofactor = [&m](int i, int j) {
         return m(i + 1, j + 1) * m(i + 2, j + 2) - m(i + 1, j + 2) * m(i + 2, j + 1);
@@ -563,11 +559,11 @@ enum class route { element, symbol, compound, formula, twolines };  // how to mu
 struct absorber {
     std::string_view entry, help;  // text and help key in the menu
     route way;
-    const char* name;    // of the block, for a given element
-    float value;         // energy offered, keV
-    const char* form;    // in which it is shown
-    float density;       // g/cm3; the density table replaces it for elements
-    std::int32_t j = 0;  // a given compound
+    std::string_view name;  // of the block, for a given element
+    float value;            // energy offered, keV
+    std::string_view form;  // in which it is shown
+    float density;          // g/cm3; the density table replaces it for elements
+    std::int32_t j = 0;     // a given compound
     dim<std::int32_t, 1, 12> indx{}, mult{};
 };
 
@@ -653,14 +649,15 @@ std::int32_t chooseabsorber()
 }
 
 // A question for a number, at the terminal width.
-void asknumber(const char* question, const char* form, float& value, const char* help)
+void asknumber(std::string_view question, std::string_view form, float& value,
+               std::string_view help)
 {
     text<132> querytype(question), chcom(help);
     text<7> shown(form);
     askvalue(querytype, shown, value, chcom, term.ncol(1), nrd, nwr);
 }
 
-text<132> asktext(const char* question, const char* offered, const char* help)
+text<132> asktext(std::string_view question, std::string_view offered, std::string_view help)
 {
     text<132> querytype(question), chin(offered), chcom(help);
     askstring(querytype, chin, chcom, term.ncol(1), nrd, nwr);

@@ -7,6 +7,7 @@
 #include <unctrl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstddef>
@@ -54,12 +55,8 @@ void window(const std::int32_t& n)
         term.npl = term.ncol(1) > 130 ? 130 : term.ncol(1);
         return;
     }
-    char device[17]{};
-    for (int i = 1; i <= 16; ++i) {
-        if (term.winfile(i) == ' ') term.winfile(i) = '\0';
-        device[i - 1] = term.winfile(i);
-    }
-    const int fd = open(device, O_WRONLY | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
+    std::replace(term.winfile.ch, term.winfile.ch + sizeof term.winfile.ch, ' ', '\0');
+    const int fd = open(cstring(term.winfile.all()), O_WRONLY | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
     pr_winsize(fd, it);
     if (fd >= 0) close(fd);
 }
