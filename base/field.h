@@ -62,8 +62,9 @@ struct text {
     int length(int k = n) const
     {
         if (k > n) k = n;
-        // Eight blanks at a time: a twentieth of the instructions of a whole dialogue.
+        // Several blanks at a time: a twentieth of the instructions of a whole dialogue.
         while (k >= 8 && std::memcmp(ch + k - 8, "        ", 8) == 0) k -= 8;
+        while (k >= 4 && std::memcmp(ch + k - 4, "    ", 4) == 0) k -= 4;
         while (k > 0 && ch[k - 1] == ' ') --k;
         return k;
     }
