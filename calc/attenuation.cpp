@@ -396,9 +396,9 @@ offer putright(std::string_view formula, const dim<text<2>, 1, 82>& es)
         const int most = small ? 9 : 999;  // a two-letter symbol takes one digit
         for (; count > 0; count -= most) {
             if (++groups > 12) return {};  // more than a formula takes
-            length += std::snprintf(right.ch + length, sizeof right.ch - length, "%s%.*s_%d",
-                                    groups == 1 ? "; write " : "", symbol.length(), symbol.ch,
-                                    std::min(count, most));
+            length += std::snprintf(
+                right.ch + length, sizeof right.ch - static_cast<std::size_t>(length), "%s%.*s_%d",
+                groups == 1 ? "; write " : "", symbol.length(), symbol.ch, std::min(count, most));
         }
     }
     return right;
