@@ -196,13 +196,7 @@ void infile::close()
 {
     if (fd >= 0) ::close(fd);
     fd = -1;
-    start = at = filled = 0;
-}
-
-void infile::rewind()
-{
-    if (fd >= 0) lseek(fd, 0, SEEK_SET);
-    start = at = filled = 0;
+    rewind();
 }
 
 // Reads the next block. False at the end of the file, and where reading fails if the program can do
@@ -211,7 +205,10 @@ bool infile::fill()
 {
     start += filled;
     at = filled = 0;
-    const ssize_t count = read(fd, block, sizeof block);
+    ssize_t count = 0;
+    do {
+        count = pread(fd, block, sizeof block, static_cast<off_t>(start));
+    } while (count < 0 && errno == EINTR);
     if (count < 0 && needed) stop("%s: cannot be read on: %s", name, std::strerror(errno));
     if (count > 0) filled = static_cast<std::size_t>(count);
     return count > 0;
@@ -271,10 +268,11 @@ bool infile::nextwith(std::string_view wanted)
 
 long infile::lineno() const
 {
-    infile again;
+    infile again;  // on the file itself, which may have lost its name
+    again.fd = fd;
     text<1> line;
     long lines = 0;
-    again.open(name);
     while (again.start + again.at < start + at && again.next(line)) ++lines;
+    again.fd = -1;
     return lines;
 }

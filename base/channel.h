@@ -82,7 +82,7 @@ struct infile {
     void close();
 
     /// Goes back to the first line.
-    void rewind();
+    void rewind() { start = at = filled = 0; }
 
     /// Reads the next line into `to`, as `readrecord` does. False at the end of the file, or where
     /// reading a file other than a table fails.

@@ -394,14 +394,13 @@ offer putright(std::string_view formula, const dim<text<2>, 1, 82>& es)
         if (digits == 0) count = 1;
         if (findsymbol(es, symbol) == 0 || count == 0) return {};
         const int most = small ? 9 : 999;  // a two-letter symbol takes one digit
-        for (; count > 0; count -= most) {
-            if (++groups > 12) return {};  // more than a formula takes
+        for (; count > 0 && groups <= 12; count -= most, ++groups) {
             length += std::snprintf(
                 right.ch + length, sizeof right.ch - static_cast<std::size_t>(length), "%s%.*s_%d",
-                groups == 1 ? "; write " : "", symbol.length(), symbol.ch, std::min(count, most));
+                groups == 0 ? "; write " : "", symbol.length(), symbol.ch, std::min(count, most));
         }
     }
-    return right;
+    return groups > 12 ? offer{} : right;  // more than a formula takes
 }
 
 }  // namespace
