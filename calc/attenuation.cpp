@@ -65,7 +65,7 @@ bool iswhole(std::string_view field)
 
 // The first number in columns i to j of a line, of which `trlch` reads n_ch, and the count of
 // numbers there. 0 if there is no digit; not finite unless it stands plainly, digits with at most a
-// point between blanks: what is damaged would read as another number.
+// point between blanks and no minus before them: what is damaged would read as another number.
 float plainnumber(const text<80>& line, int i, int j, int n_ch, std::int32_t& count)
 {
     dim<float, 1, 32> out;
@@ -79,7 +79,7 @@ float plainnumber(const text<80>& line, int i, int j, int n_ch, std::int32_t& co
         if (isdecimal(columns[k])) ++digits;
         else points += columns[k] == '.' ? 1 : 2;
     }
-    if (digits > 0 && points < 2) return out(1);
+    if (digits > 0 && points < 2 && out(1) >= 0.0f) return out(1);
     return std::any_of(columns.begin() + 1, columns.end(), isdecimal) ? NAN : 0.0f;
 }
 
