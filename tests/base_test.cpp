@@ -25,7 +25,7 @@ TEST(Base, Cases)
         {"printable", [](auto& c) {
             std::string shown(c.size() > 2 ? std::stoul(c[2]) : 64, '\0');
             shown.resize(std::size_t(makeprintable(c[0], shown.data(), shown.size())));
-            EXPECT_EQ(shown, c[1]);
+            EXPECT_EQ(shown, c.size() > 1 ? c[1] : c[0]);
         }},
         {"refused", [](auto& c) {
             c.expectin(said([&, name = c[0]] {
@@ -35,15 +35,15 @@ TEST(Base, Cases)
                 file.next(line);
             }), 1);
         }},
-        // Behind an end of the block of 32768 bytes that is read at once, and about it.
+        // Behind an end of the block of 16384 bytes that is read at once, and about it.
         {"found", [](auto& c) {
-            for (std::size_t ahead = 32750; ahead < 32770; ++ahead) {
+            for (std::size_t ahead = 16360; ahead < 16386; ++ahead) {
                 std::ofstream("table") << std::string(ahead, 'D') << c[0];
                 infile file;
                 text<4> line;
                 ASSERT_TRUE(file.open("table") && file.nextwith(c[1])) << ahead;
-                EXPECT_EQ(file.lineno(), c.integer(2)) << ahead;
-                EXPECT_TRUE(file.next(line) && line == text<4>(c[3])) << ahead;
+                file.next(line);
+                EXPECT_EQ(std::to_string(file.lineno()).append(line.all()), c[2]) << ahead;
             }
         }},
     });

@@ -33,7 +33,7 @@ void menu(const row& c)
 TEST(Help, Cases)
 {
     const workdirectory here;
-    std::ofstream("further") << "one\033[2J\nlast";
+    std::ofstream("further") << "one\033[2J" << std::string(99, '\n') << "last";
     std::ofstream("xdvi") << "#!/bin/sh\necho \"$@\" >started; mv started done\n";
     std::filesystem::permissions("xdvi", std::filesystem::perms::owner_all);
     setenv("PATH", (here.path + ":" + getenv("PATH")).c_str(), 1);

@@ -62,6 +62,8 @@ TEST(Prompts, Cases)
 {
     const workdirectory here;  // without a help file
     unsetenv("TANOHEPATH");
+    std::ofstream("inputrc") << "set editing-mode vi\n";  // not to be followed
+    setenv("INPUTRC", "inputrc", 1);
     std::FILE* script = std::fopen("script", "w+");
     std::setvbuf(script, nullptr, _IONBF, 0);  // both processes go on where the other was
     connectscript(script);
