@@ -125,16 +125,15 @@ int measureentries(menu& m)
     return laengez;
 }
 
-// Equal columns, as many as fit without leaving the last row too empty. False if none fits.
+// Equal columns, as many as fit without leaving the last row too empty. False if none fits, and for
+// a single entry.
 bool blocklayout(menu& m, int laengez)
 {
     laengez += 2;
     int lapl = std::max(m.npx, 0) / laengez;
-    if (lapl == 0) return false;
+    if (lapl == 0 || m.lq < 2) return false;
     m.iz = (m.lq + lapl - 1) / lapl;
-    while (lapl > 0 && lapl * m.iz - m.lq >= m.iz - 1) --lapl;
-    if (lapl == 0) return false;
-    if (lapl * m.iz < m.lq) ++lapl;
+    lapl = (m.lq + m.iz - 1) / m.iz;  // no more than fill these rows
     for (int k = 1; k <= m.lq; ++k) scrd.laenge(k) = laengez + 5;
     for (int r = 1; r < m.iz; ++r) scrd.lpart(r) = lapl;
     scrd.lpart(m.iz) = m.lq - lapl * (m.iz - 1);
@@ -557,8 +556,8 @@ bool showpage(display& d, bool& more)
 }
 
 // Shows the text behind the header page by page, with a pause after each. The line that ends it is
-// left in `line`, blank at the end of the file. False if the first line of a page named another
-// entry to go on with, which is now the key.
+// left in `line`, which is blank at the end of the file. False if the first line of a page named
+// another entry to go on with, which is now the key.
 bool showtext(display& d)
 {
     bool more = d.file.next(d.line);
@@ -571,7 +570,6 @@ bool showtext(display& d)
         full = showpage(d, more);
         pause(d);
     }
-    if (!more) d.line = text<80>();
     return true;
 }
 
