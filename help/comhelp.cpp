@@ -24,7 +24,8 @@ constexpr int nrd = 5;
 
 void cursorup(std::string_view lines) { writerecord(nwr, {" ", lines}); }
 
-// The parts side by side. If they are too long, they are cut, or the whole is blank.
+// The parts side by side. Beyond 132 characters they are cut if `cut` says so; else all is blank,
+// as half a path or command is worse than none.
 text<132> joined(std::initializer_list<std::string_view> parts, bool cut = false)
 {
     text<132> whole;
