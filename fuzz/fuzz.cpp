@@ -95,9 +95,7 @@ void fuzzcoefficients(bytes input)
 {
     const std::string energy(front(input));
     table.put(input);
-    text<16> numberline;
-    findblock("Iron", 4);
-    if (!coefficients.next(numberline)) return;
+    findblock("Iron");
     float atc = 0.0f;
     attenuation(std::strtof(energy.c_str(), nullptr), atc);
     if (!std::isfinite(atc)) abort();

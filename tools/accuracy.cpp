@@ -67,10 +67,8 @@ std::vector<element> readtable()
 
 double programme(const element& e, double keV)
 {
-    text<16> numberline;
     float atc = 0.0f;
-    findblock(e.name, e.name.length());
-    coefficients.next(numberline);
+    findblock(e.name);
     attenuation(static_cast<float>(keV), atc);
     return atc;
 }

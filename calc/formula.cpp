@@ -1,0 +1,163 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "calc/formula.h"
+
+#include <algorithm>
+
+void atoms::add(std::int32_t number, double many)
+{
+    int k = 1;
+    while (k <= n && element(k) != number) ++k;
+    if (k > n) element(n = k) = number;
+    count(k) += many;
+}
+
+namespace {
+
+constexpr int deepest = 16;       // brackets within brackets
+constexpr double largest = 1e30;  // count: sums of such ones, times molar weights, stay finite
+
+// A formula on its way: `level(0)` holds the parts that are complete, `level(1)` the one being
+// read, and each open bracket one more.
+struct formulareader {
+    std::string_view rest;
+    std::span<const text<2>> symbols;
+    int length = static_cast<int>(rest.size());
+    int depth = 1;
+    dim<atoms, 0, deepest + 1> level{};
+    dim<char, 2, deepest + 1> closing{};  // the bracket that ends a level
+    double factor = 1.0;                  // of the part being read
+
+    bool front(std::string_view s) const { return rest.starts_with(s); }
+    bool take(std::string_view s)
+    {
+        if (!front(s)) return false;
+        rest.remove_prefix(s.size());
+        return true;
+    }
+    formulafault fault(const char* what) const
+    {
+        return {length - static_cast<int>(rest.size()) + 1, what};
+    }
+};
+
+bool isdigitat(std::string_view s, std::size_t i) { return i < s.size() && isdecimal(s[i]); }
+
+// Length of the number at the front of a text, with decimals; 0 if there is none.
+std::size_t numberlength(std::string_view s)
+{
+    std::size_t i = 0;
+    while (isdigitat(s, i)) ++i;
+    if (i > 0 && i < s.size() && s[i] == '.' && isdigitat(s, i + 1)) {
+        for (++i; isdigitat(s, i);) ++i;
+    }
+    return i;
+}
+
+// True if a part of the formula begins here that is water, such as "5H2O", and nothing else.
+bool iswater(std::string_view s)
+{
+    s.remove_prefix(numberlength(s));
+    for (const std::string_view water : {"H2O", "H_2O"}) {
+        if (!s.starts_with(water)) continue;
+        const std::string_view after = without(s, water.size());
+        return after.empty() || std::string_view(".*\xC2").find(after[0]) != after.npos;
+    }
+    return false;
+}
+
+// Takes a count or a factor from the front, 1 if there is none. Not above 0 if it is none to use.
+double takenumber(formulareader& f)
+{
+    std::size_t length = numberlength(f.rest);
+    if (length == 0) return 1.0;
+    const std::size_t point = f.rest.find('.');
+    if (point < length && iswater(without(f.rest, point + 1))) length = point;
+    double value = 0.0, scale = 1.0;
+    for (const char c : f.rest.substr(0, length)) {
+        if (c != '.') value = 10.0 * value + (c - '0');
+    }
+    for (std::size_t i = point + 1; point < length && i < length; ++i) scale *= 10.0;
+    f.rest.remove_prefix(length);
+    return value / scale < largest ? value / scale : 0.0;
+}
+
+// Takes a symbol and adds its atoms.
+formulafault takesymbol(formulareader& f)
+{
+    const bool two = f.rest.size() > 1 && f.rest[1] >= 'a' && f.rest[1] <= 'z';
+    const int number = findsymbol(f.symbols, text<2>(f.rest.substr(0, two ? 2 : 1)));
+    if (number == 0) return f.fault("expected the symbol of an element, hydrogen to uranium");
+    f.rest.remove_prefix(two ? 2 : 1);
+    if (f.take("_") && numberlength(f.rest) == 0) return f.fault("expected a count after \"_\"");
+    const formulafault here = f.fault("the count is 0 or too large");
+    const double many = takenumber(f);
+    if (!(many > 0.0)) return here;
+    f.level(f.depth).add(number, many);
+    return {};
+}
+
+formulafault openbracket(formulareader& f)
+{
+    if (f.depth > deepest) return f.fault("too many brackets within brackets");
+    f.closing(++f.depth) = f.front("(") ? ')' : ']';
+    f.level(f.depth) = {};
+    f.rest.remove_prefix(1);
+    return {};
+}
+
+// Takes the closing bracket and the count after it, and adds the group to what encloses it.
+formulafault closebracket(formulareader& f)
+{
+    if (f.depth == 1) return f.fault("a bracket that was not opened");
+    if (f.rest[0] != f.closing(f.depth)) return f.fault("the other kind of bracket is open");
+    if (f.level(f.depth).n == 0) return f.fault("nothing between the brackets");
+    f.rest.remove_prefix(1);
+    if (f.take("_") && numberlength(f.rest) == 0) return f.fault("expected a count after \"_\"");
+    const formulafault here = f.fault("the count is 0 or too large");
+    const double many = takenumber(f);
+    if (!(many > 0.0)) return here;
+    const atoms& group = f.level(f.depth--);
+    for (int k = 1; k <= group.n; ++k)
+        f.level(f.depth).add(group.element(k), many * group.count(k));
+    return {};
+}
+
+// Ends a part, at a separator or at the end of the formula.
+formulafault endpart(formulareader& f)
+{
+    if (f.depth > 1) return f.fault("a bracket is still open");
+    atoms& part = f.level(1);
+    if (part.n == 0) return f.fault("expected the symbol of an element");
+    for (int k = 1; k <= part.n; ++k) f.level(0).add(part.element(k), f.factor * part.count(k));
+    part = {};
+    return {};
+}
+
+// Takes what is at the front: a bracket, a separator and the factor after it, or a symbol.
+formulafault takenext(formulareader& f)
+{
+    if (f.front("(") || f.front("[")) return openbracket(f);
+    if (f.front(")") || f.front("]")) return closebracket(f);
+    if (!f.front("*") && !f.front(".") && !f.front("\u00B7")) return takesymbol(f);
+    if (const formulafault fault = endpart(f); fault.what) return fault;
+    f.take("*") || f.take(".") || f.take("\u00B7");
+    const formulafault here = f.fault("the factor is 0 or too large");
+    f.factor = takenumber(f);
+    return f.factor > 0.0 ? formulafault{} : here;
+}
+
+}  // namespace
+
+formulafault readformula(std::string_view formula, std::span<const text<2>> symbols, atoms& found)
+{
+    formulareader f{formula, symbols};
+    while (!f.rest.empty()) {
+        if (const formulafault fault = takenext(f); fault.what) return fault;
+    }
+    const formulafault fault = endpart(f);
+    found = f.level(0);
+    for (int k = 1; k <= found.n; ++k) {
+        if (!(found.count(k) < largest)) return f.fault("the counts are too large");
+    }
+    return fault;
+}
