@@ -29,14 +29,14 @@ bool infile::open(const char* filename)
     return false;
 }
 
-void infile::opentable(const char* filename)
+void infile::opentable(const char* filename, bool own)
 {
     // What is in the working directory counts, even where it cannot be read: a link to nowhere too.
     struct stat found {};
     char room[PATH_MAX];
     const char* const shipped = std::getenv("ATTENUATION_DATA");
     const char* directory = shipped;
-    if (lstat(filename, &found) == 0 || shipped == nullptr || *shipped == '\0') {
+    if ((own && lstat(filename, &found) == 0) || shipped == nullptr || *shipped == '\0') {
         needed = open(filename);
         directory = getcwd(room, sizeof room);
     } else if (std::snprintf(room, sizeof room, "%s/%s", shipped, filename) < int{sizeof room}) {

@@ -23,8 +23,9 @@ struct infile {
 
     /// The same for a table that the program cannot do without: ends the program on failure, also
     /// where reading it fails later on. A table that is not in the working directory is read from
-    /// the directory that the environment variable ATTENUATION_DATA names, if it is set.
-    void opentable(const char* filename);
+    /// the directory that the environment variable ATTENUATION_DATA names, if it is set; with
+    /// `own` false only from there.
+    void opentable(const char* filename, bool own = true);
 
     void close();
 

@@ -53,32 +53,45 @@ std::size_t numberlength(std::string_view s)
     return i;
 }
 
-// True if a part of the formula begins here that is water, such as "5H2O", and nothing else.
-bool iswater(std::string_view s)
+// True if a part of the formula begins here that is water or ammonia, such as "5H2O".
+bool isligand(std::string_view s)
 {
     s.remove_prefix(numberlength(s));
-    for (const std::string_view water : {"H2O", "H_2O"}) {
-        if (!s.starts_with(water)) continue;
-        const std::string_view after = without(s, water.size());
+    for (const std::string_view ligand : {"H2O", "H_2O", "NH3", "NH_3"}) {
+        if (!s.starts_with(ligand)) continue;
+        const std::string_view after = without(s, ligand.size());
         return after.empty() || std::string_view(".*\xC2").find(after[0]) != after.npos;
     }
     return false;
 }
 
-// Takes a count or a factor from the front, 1 if there is none. Not above 0 if it is none to use.
-double takenumber(formulareader& f)
+// Takes a number of `length` characters from the front, 1 if that is 0. Not above 0 if it is none
+// to use.
+double takenumber(formulareader& f, std::size_t length)
 {
-    std::size_t length = numberlength(f.rest);
     if (length == 0) return 1.0;
-    const std::size_t point = f.rest.find('.');
-    if (point < length && iswater(without(f.rest, point + 1))) length = point;
     double value = 0.0, scale = 1.0;
+    bool decimals = false;
     for (const char c : f.rest.substr(0, length)) {
-        if (c != '.') value = 10.0 * value + (c - '0');
+        if (decimals) scale *= 10.0;
+        if (c == '.') decimals = true;
+        else value = 10.0 * value + (c - '0');
     }
-    for (std::size_t i = point + 1; point < length && i < length; ++i) scale *= 10.0;
     f.rest.remove_prefix(length);
     return value / scale < largest ? value / scale : 0.0;
+}
+
+// Takes the count after a symbol or a bracket. Its point may be that before a further part instead.
+formulafault takecount(formulareader& f, double& many)
+{
+    const bool expected = f.take("_");
+    std::size_t length = numberlength(f.rest);
+    if (expected && length == 0) return f.fault("expected a count after \"_\"");
+    const std::size_t point = f.rest.substr(0, length).find('.');
+    if (point < length && isligand(without(f.rest, point + 1))) length = point;
+    const formulafault here = f.fault("the count is 0 or too large");
+    many = takenumber(f, length);
+    return many > 0.0 ? formulafault{} : here;
 }
 
 // Takes a symbol and adds its atoms.
@@ -88,10 +101,8 @@ formulafault takesymbol(formulareader& f)
     const int number = findsymbol(f.symbols, text<2>(f.rest.substr(0, two ? 2 : 1)));
     if (number == 0) return f.fault("expected the symbol of an element, hydrogen to uranium");
     f.rest.remove_prefix(two ? 2 : 1);
-    if (f.take("_") && numberlength(f.rest) == 0) return f.fault("expected a count after \"_\"");
-    const formulafault here = f.fault("the count is 0 or too large");
-    const double many = takenumber(f);
-    if (!(many > 0.0)) return here;
+    double many = 1.0;
+    if (const formulafault fault = takecount(f, many); fault.what) return fault;
     f.level(f.depth).add(number, many);
     return {};
 }
@@ -112,10 +123,8 @@ formulafault closebracket(formulareader& f)
     if (f.rest[0] != f.closing(f.depth)) return f.fault("the other kind of bracket is open");
     if (f.level(f.depth).n == 0) return f.fault("nothing between the brackets");
     f.rest.remove_prefix(1);
-    if (f.take("_") && numberlength(f.rest) == 0) return f.fault("expected a count after \"_\"");
-    const formulafault here = f.fault("the count is 0 or too large");
-    const double many = takenumber(f);
-    if (!(many > 0.0)) return here;
+    double many = 1.0;
+    if (const formulafault fault = takecount(f, many); fault.what) return fault;
     const atoms& group = f.level(f.depth--);
     for (int k = 1; k <= group.n; ++k)
         f.level(f.depth).add(group.element(k), many * group.count(k));
@@ -142,7 +151,7 @@ formulafault takenext(formulareader& f)
     if (const formulafault fault = endpart(f); fault.what) return fault;
     f.take("*") || f.take(".") || f.take("\u00B7");
     const formulafault here = f.fault("the factor is 0 or too large");
-    f.factor = takenumber(f);
+    f.factor = takenumber(f, numberlength(f.rest));
     return f.factor > 0.0 ? formulafault{} : here;
 }
 

@@ -26,8 +26,8 @@ struct formulafault {
 /// Reads a formula: element symbols, each with a count after it or none for 1, groups in round or
 /// square brackets likewise, and further parts after "*", a raised dot or ".", with a factor in
 /// front. Counts may have decimals, and "_" in front: "Ca(OH)2", "Fe0.95O", "Fe_2O_3",
-/// "CuSO4*5H2O". A "." between digits is a decimal point, unless the part that follows is water:
-/// in "CuSO4.5H2O" it separates.
+/// "CuSO4*5H2O". A "." between digits is a decimal point, unless a part follows that is water or
+/// ammonia: in "CuSO4.5H2O" it separates.
 ///   symbols  in   the element symbols, in the order of their numbers
 ///   found    out  the atoms; every count is above 0 and finite
 formulafault readformula(std::string_view formula, std::span<const text<2>> symbols, atoms& found);

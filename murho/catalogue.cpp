@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "murho/catalogue.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+
+namespace {
+
+// Opens the next of the two files. The shipped one has to be there.
+bool opennext(catalogue& c)
+{
+    struct stat found {};
+    if (++c.opened == 1 && lstat(c.filename, &found) != 0) ++c.opened;
+    if (c.opened <= 2) c.file.opentable(c.filename, c.opened == 1);
+    return c.opened <= 2;
+}
+
+// Item k of a text, from 1, its items set off by a character.
+std::string_view item(std::string_view from, int k, char separator)
+{
+    for (; k > 1 && !from.empty(); --k) {
+        from = without(from, std::min(from.find(separator), from.size()) + 1);
+    }
+    return from.substr(0, from.find(separator));
+}
+
+std::string_view trimmed(std::string_view s)
+{
+    while (s.starts_with(' ')) s.remove_prefix(1);
+    while (s.ends_with(' ')) s.remove_suffix(1);
+    return s;
+}
+
+// True if two names differ at most in capitals, "-" and "_".
+bool alike(std::string_view a, std::string_view b)
+{
+    const auto skip = [](std::string_view& s) {
+        while (s.starts_with('-') || s.starts_with('_')) s.remove_prefix(1);
+    };
+    const auto small = [](char c) { return c >= 'A' && c <= 'Z' ? c + 32 : c; };
+    for (;; a.remove_prefix(1), b.remove_prefix(1)) {
+        skip(a);
+        skip(b);
+        if (a.empty() || b.empty()) return a.empty() && b.empty();
+        if (small(a[0]) != small(b[0])) return false;
+    }
+}
+
+}  // namespace
+
+bool catalogue::next()
+{
+    if (opened == 0) opennext(*this);
+    while (opened <= 2) {
+        if (!file.next(line)) opennext(*this);
+        else if (line(600) != ' ') stopat(file, "a line of more than 599 characters");
+        else if (!line.blank() && line(1) != '#') return true;
+    }
+    return false;
+}
+
+std::string_view catalogue::field(int k) const { return trimmed(item(line.all(), k, '|')); }
+
+std::string_view catalogue::name(int k) const
+{
+    std::string_view names = field(1);
+    for (; k > 1 && !names.empty(); --k) {
+        names = trimmed(without(names, std::min(names.find(' '), names.size())));
+    }
+    return names.substr(0, names.find(' '));
+}
+
+bool catalogue::find(std::string_view wanted)
+{
+    while (next()) {
+        for (int k = 1; !name(k).empty(); ++k) {
+            if (name(k) == wanted) return true;
+        }
+    }
+    return false;
+}
+
+std::string_view catalogue::similar(std::string_view wanted)
+{
+    while (next()) {
+        for (int k = 1; !name(k).empty(); ++k) {
+            if (alike(name(k), wanted)) return name(k);
+        }
+    }
+    return {};
+}

@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// murho/refuse.h: what was typed and cannot be taken.
+#pragma once
+
+#include <string_view>
+
+/// Ends `murho` with status 2 after one line on standard error: the text as typed in quotation
+/// marks, if there is any, ": " and the message, made from `format` as printf does it. Nothing has been printed on
+/// standard output by then.
+[[noreturn]] void refuse(std::string_view typed, const char* format, ...)
+    __attribute__((format(printf, 2, 3)));
+
+/// Takes a number such as 25, .5 or 1.5e-3 from the front of a text; not a number, and nothing
+/// taken, if there is none.
+double takenumber(std::string_view& front);
+
+/// A number above 0 that is the whole text; not a number for anything else.
+double positive(std::string_view text);
