@@ -55,7 +55,7 @@ bool catalogue::next()
     while (opened <= 2) {
         if (!file.next(line)) opennext(*this);
         else if (line(600) != ' ') stopat(file, "a line of more than 599 characters");
-        else if (!line.blank() && line(1) != '#') return true;
+        else if (line(1) != '#' && (line(1) != ' ' || !line.blank())) return true;
     }
     return false;
 }

@@ -260,10 +260,12 @@ void checkrequest(const request& r)
 
 void readarguments(int argc, char** argv, request& r)
 {
-    for (int i = optind; i < argc; ++i) {
-        if (isenergy(argv[i])) continue;
-        if (r.n == most) refuse(argv[i], "more than %d absorbers", most);
-        readabsorber(argv[i], r.absorbers(++r.n));
+    char** const first = argv + optind;
+    char** last = first;  // the energies come to the front
+    for (char** word = first; word != argv + argc; ++word) {
+        if (isenergy(*word)) *last++ = *word;
+        else if (r.n == most) refuse(*word, "more than %d absorbers", most);
+        else readabsorber(*word, r.absorbers(++r.n));
     }
     if (r.n == 0) refuse("", "no absorber; see murho --help");
     checkrequest(r);
@@ -272,10 +274,8 @@ void readarguments(int argc, char** argv, request& r)
             refuse(argv[argc - 1], "--edges takes one absorber and nothing else");
         return addedges(r.absorbers(1), 0.0, HUGE_VAL, energies);
     }
-    for (int i = optind; i < argc; ++i) {
-        if (isenergy(argv[i])) readenergies(argv[i], r.all(), energies);
-    }
-    if (argc - optind == r.n) readinput(r);
+    for (char** word = first; word != last; ++word) readenergies(*word, r.all(), energies);
+    if (first == last) readinput(r);
 }
 
 }  // namespace
