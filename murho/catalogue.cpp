@@ -32,6 +32,14 @@ std::string_view trimmed(std::string_view s)
     return s;
 }
 
+// Takes the first of the names from the front.
+std::string_view nextname(std::string_view& names)
+{
+    const std::string_view name = names.substr(0, names.find(' '));
+    names = trimmed(without(names, name.size()));
+    return name;
+}
+
 // True if two names differ at most in capitals, "-" and "_".
 bool alike(std::string_view a, std::string_view b)
 {
@@ -62,20 +70,11 @@ bool catalogue::next()
 
 std::string_view catalogue::field(int k) const { return trimmed(item(line.all(), k, '|')); }
 
-std::string_view catalogue::name(int k) const
-{
-    std::string_view names = field(1);
-    for (; k > 1 && !names.empty(); --k) {
-        names = trimmed(without(names, std::min(names.find(' '), names.size())));
-    }
-    return names.substr(0, names.find(' '));
-}
-
 bool catalogue::find(std::string_view wanted)
 {
     while (next()) {
-        for (int k = 1; !name(k).empty(); ++k) {
-            if (name(k) == wanted) return true;
+        for (std::string_view names = field(1); !names.empty();) {
+            if (nextname(names) == wanted) return true;
         }
     }
     return false;
@@ -84,8 +83,8 @@ bool catalogue::find(std::string_view wanted)
 std::string_view catalogue::similar(std::string_view wanted)
 {
     while (next()) {
-        for (int k = 1; !name(k).empty(); ++k) {
-            if (alike(name(k), wanted)) return name(k);
+        for (std::string_view names = field(1); !names.empty();) {
+            if (const std::string_view name = nextname(names); alike(name, wanted)) return name;
         }
     }
     return {};

@@ -26,8 +26,6 @@ struct catalogue {
     bool next();
     /// Field k of the entry, from 1, without blanks around it; empty if there is none.
     std::string_view field(int k) const;
-    /// Name k of the entry, from 1; empty if there is none.
-    std::string_view name(int k) const;
     /// Reads on to the entry that has this name.
     bool find(std::string_view wanted);
     /// The first name that differs from `wanted` in capitals, "-" and "_" only; empty if there is
