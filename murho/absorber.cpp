@@ -7,6 +7,7 @@
 
 #include "calc/formula.h"
 #include "murho/catalogue.h"
+#include "murho/number.h"
 #include "murho/refuse.h"
 
 namespace {

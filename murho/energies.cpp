@@ -7,6 +7,7 @@
 #include <cstdlib>
 
 #include "murho/catalogue.h"
+#include "murho/number.h"
 #include "murho/refuse.h"
 
 namespace {

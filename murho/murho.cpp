@@ -15,6 +15,7 @@
 #include "murho/absorber.h"
 #include "murho/catalogue.h"
 #include "murho/energies.h"
+#include "murho/number.h"
 #include "murho/refuse.h"
 
 namespace {

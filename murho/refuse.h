@@ -9,10 +9,3 @@
 /// standard output by then.
 [[noreturn]] void refuse(std::string_view typed, const char* format, ...)
     __attribute__((format(printf, 2, 3)));
-
-/// Takes a number such as 25, .5 or 1.5e-3 from the front of a text; not a number, and nothing
-/// taken, if there is none.
-double takenumber(std::string_view& front);
-
-/// A number above 0 that is the whole text; not a number for anything else.
-double positive(std::string_view text);
