@@ -3,9 +3,9 @@
 #include <cmath>
 #include <set>
 
-#include "calc/attenuation.h"
 #include "terminal/key.h"
 #include "tests/session.h"
+#include "tools/table.h"
 
 namespace {
 
@@ -15,112 +15,97 @@ void eachline(const std::string& file, auto check)
     for (std::string line; std::getline(all, line);) check(line);
 }
 
-// A row of a coefficient table: its line, then MeV and cm2/g.
-struct tablerow {
-    std::string line;
-    double energy, mu, muen;
-    bool added() const { return line[1] == '+'; }
-};
-
-// The rows of a table by atomic number, and the FNV-1a checksum of its lines.
-struct table {
-    std::map<int, std::vector<tablerow>> block;
-    std::uint64_t checksum = 0xcbf29ce484222325u;
-
-    explicit table(const std::string& file)
-    {
-        int z = 0;
-        eachline(file, [&](const std::string& line) {
-            for (unsigned char c : line + "\n") checksum = (checksum ^ c) * 0x100000001b3u;
-            if (line.starts_with("Z =")) z = std::stoi(line.substr(3));
-            if (line.size() != 36 || line[4] != '.') return;
-            const auto number = [&line](std::size_t from) { return std::stod(line.substr(from)); };
-            block[z].push_back({line, number(3), number(16), number(27)});
-        });
-    }
-};
-
-const std::string shippedtable = "attenuation.coefficients";
-const std::string publishedtable = "published/" + shippedtable;
-
-// mu/rho of the program at `energy` in MeV, read from the block that begins with `name`.
-float coefficient(const std::string& name, int z, double energy)
+std::uint64_t checksum(const std::string& file)  // FNV-1a
 {
-    text<16> numberline;
-    float atc = 0.0f;
-    findblock(text<12>(name), static_cast<int>(name.size()));
-    EXPECT_TRUE(coefficients.next(numberline) && std::atoi(&numberline(4)) == z) << name;
-    attenuation(static_cast<float>(1000.0 * energy), atc);
-    return atc;
+    std::uint64_t sum = 0xcbf29ce484222325u;
+    for (unsigned char c : contentof(DATA_DIR "/" + file)) sum = (sum ^ c) * 0x100000001b3u;
+    return sum;
 }
 
-// The names in "elements.dat", by atomic number.
-std::map<int, std::string> names()
+const std::string shipped = "attenuation.coefficients", published = "published/" + shipped;
+
+// How far mu/rho of row i is from a smooth curve through 2 to 4 rows around it, in per cent: from the
+// nearest of the polynomials in log-log. None reaches across an edge.
+double offcurve(const std::vector<tablerow>& rows, std::size_t i)
 {
-    std::map<int, std::string> all;
-    eachline("elements.dat", [&all](const std::string& line) {
-        all[static_cast<int>(all.size()) + 1] = row(line.substr(16, 12))[0];
-    });
-    return all;
+    const auto joined = [&](std::size_t k) {
+        return k > 0 && k < rows.size() && rows[k].keV > rows[k - 1].keV;
+    };
+    std::size_t from = i, to = i + 1;
+    while (joined(from)) --from;
+    while (joined(to)) ++to;
+    double nearest = 1.0;
+    for (std::size_t a = from; a <= i; ++a) {
+        for (std::size_t b = std::max(a + 3, i + 1); b <= std::min(a + 5, to); ++b) {
+            double off = 0.0;
+            for (std::size_t k = a; k < b; ++k) {
+                double part = std::log(rows[k].mu / rows[i].mu);
+                for (std::size_t l = a; l < b; ++l) {
+                    if (l == k || l == i) continue;
+                    part *=
+                        std::log(rows[i].keV / rows[l].keV) / std::log(rows[k].keV / rows[l].keV);
+                }
+                off += part;
+            }
+            nearest = std::min(nearest, std::fabs(off));
+        }
+    }
+    return 100.0 * nearest;
 }
 
 }  // namespace
 
-TEST(Tables, AreWhole)
+TEST(Tables, AreWholeAndSmooth)
 {
-    const table shipped(shippedtable), published(publishedtable);
-    EXPECT_EQ(shipped.checksum, 7385404784436488316u);
-    EXPECT_EQ(published.checksum, 4584841808477178342u);
-    int kept = 0, added = 0, edges = 0;
-    for (int z = 1; z <= 82; ++z) {
-        for (const tablerow& r : shipped.block.at(z)) {
-            ++(r.added() ? added : kept);
-            edges += r.line[0] >= 'K' && r.line[0] <= 'N';
-        }
+    EXPECT_EQ(checksum(shipped), 17323317023251818541u);
+    EXPECT_EQ(checksum(published), 4584841808477178342u);
+    int kept = 0, added = 0, edges = 0, rough = 0;
+    const auto rows = readtable(DATA_DIR "/" + shipped);
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        if (rows[i].z <= 82) ++(rows[i].added() ? added : kept);
+        edges += rows[i].z <= 82 && std::isalpha(rows[i].line[0]);
+        rough += rows[i].added() && offcurve(rows, i) > 0.2;
     }
-    EXPECT_TRUE(kept == 3041 && added == 2207 && edges == 364) << kept << added << edges;
-    std::filesystem::current_path(DATA_DIR);
-    EXPECT_EQ(names().size(), 92u);
-    for (const auto& [z, name] : names()) {
-        const float atc = coefficient(name, z, 14.0);  // reads all rows
-        EXPECT_TRUE(atc > 0.01f && atc < 0.06f) << z;
-        const std::string menu = said([z = z] { window(1), tell(elementdensity(z)); }, "\n");
-        const float density = std::stof(menu.substr(menu.rfind('<') + 1));
-        EXPECT_TRUE(density > 0.08f && density < 22.7f) << z;
-    }
+    EXPECT_TRUE(kept == 3041 && added == 2207 && edges == 364)
+        << kept << ' ' << added << ' ' << edges;
+    // At the ends of short intervals, where there is little to go by. Most of all, 29 and 44 %, in
+    // rhenium and osmium beside M edges whose published upper rows are slips.
+    EXPECT_EQ(rough, 37);
 }
 
 // What the table lacks of the published one is listed, with the deviation of the program in per cent.
 // Where that is more than 0.1 %, two other calculations on the same line agree with the program.
-TEST(Tables, MeetThePublishedRowsLeftOut)
+TEST(Tables, GiveThePublishedValues)
 {
-    table shipped(shippedtable), published(publishedtable);
-    std::vector<std::string> left;
-    eachline("published/left-out.txt", [&left](const std::string& line) {
-        if (line[4] == '.') left.push_back(line);
-    });
     std::filesystem::current_path(DATA_DIR);
-    std::size_t k = 0;
-    int contradicted = 0;
-    for (const auto& [z, name] : names()) {
-        std::set<std::string> kept;
-        for (const tablerow& r : shipped.block[z]) r.added() || kept.insert(r.line).second;
-        for (const tablerow& r : published.block[z]) {
-            if (kept.erase(r.line) > 0) continue;
-            ASSERT_LT(k, left.size());
-            EXPECT_EQ(r.line + "  " + std::to_string(z), left[k].substr(0, 40));
-            std::istringstream listed(left[k++].substr(44));
-            double here = 0.0, xcom = 0.0, kissel = 0.0;
-            listed >> here >> xcom >> kissel;
-            const double is = 100.0 * (coefficient(name, z, r.energy) / r.mu - 1.0);
-            EXPECT_NEAR(is, here, 0.002) << r.line;
-            const bool agree = is < -1.0 && std::max(xcom, kissel) < 0.8 * is;
-            EXPECT_TRUE(std::fabs(is) < 0.1 || agree) << r.line;
-            contradicted += agree;
-        }
-        EXPECT_TRUE(kept.empty()) << name;
+    std::map<int, std::string> names;
+    std::set<std::string> all, found;
+    int contradicted = 0, z = 0;
+    const auto key = [](const tablerow& r) { return std::to_string(r.z) + r.line.substr(0, 36); };
+    for (const tablerow& r : readtable(published)) names[r.z] = r.element, all.insert(key(r));
+    for (const tablerow& r : readtable(shipped)) {
+        if (!r.added()) found.insert(key(r));
     }
-    EXPECT_TRUE(k == left.size() && contradicted == 25) << k << ' ' << contradicted;
+    for (tablerow r : readtable("published/left-out.txt")) {
+        std::istringstream listed(r.line.substr(36));
+        double here = 0.0, xcom = 0.0, kissel = 0.0;
+        listed >> r.z >> r.element >> here >> xcom >> kissel;
+        EXPECT_TRUE(found.insert(key(r)).second) << r.line;
+        const double is = 100.0 * (programme(names[r.z], r.keV) / r.mu - 1.0);
+        EXPECT_NEAR(is, here, 0.002) << r.line;
+        const bool agree = is < -1.0 && std::max(xcom, kissel) < 0.8 * is;
+        EXPECT_TRUE(std::fabs(is) < 0.1 || agree) << r.line;
+        contradicted += agree;
+    }
+    EXPECT_TRUE(found == all && contradicted == 25) << contradicted;
+    eachline("elements.dat", [&](const std::string& line) {
+        const std::string name = row(line.substr(16, 12))[0];
+        EXPECT_TRUE(names[++z].starts_with(name)) << name;
+        EXPECT_NEAR(programme(name, 14000.0), 0.035, 0.025) << name;  // reads all rows
+        const std::string menu = said([z] { window(1), tell(elementdensity(z)); }, "\n");
+        EXPECT_NEAR(std::stof(menu.substr(menu.rfind('<') + 1)), 11.4f, 11.32f) << name;
+    });
+    EXPECT_EQ(z, 92);
 }
 
 TEST(HelpFile, HasEveryKeyAndLink)
@@ -141,5 +126,6 @@ TEST(HelpFile, HasEveryKeyAndLink)
         EXPECT_TRUE(opens ? std::filesystem::exists(file) : keys.contains(link)) << link;
     }
     // No entry is out of reach. The program asks for all others, as the dialogues show.
-    for (const auto& key : keys) EXPECT_TRUE(!key.starts_with("about/") || links.contains(key)) << key;
+    for (const auto& key : keys)
+        EXPECT_TRUE(!key.starts_with("about/") || links.contains(key)) << key;
 }
