@@ -26,11 +26,10 @@ const std::string shipped = "attenuation.coefficients", published = "published/"
 
 // How far mu/rho of row i is from a smooth curve through 2 to 4 rows around it, in per cent: from the
 // nearest of the polynomials in log-log. None reaches across an edge.
-double offcurve(const std::vector<tablerow>& rows, std::size_t i)
+double offcurve(const std::vector<tablerow>& r, std::size_t i)
 {
-    const auto joined = [&](std::size_t k) {
-        return k > 0 && k < rows.size() && rows[k].keV > rows[k - 1].keV;
-    };
+    const auto joined = [&](auto k) { return k % r.size() > 0 && r[k].keV > r[k - 1].keV; };
+    const auto between = [&](auto k, auto l) { return std::log(r[k].keV / r[l].keV); };
     std::size_t from = i, to = i + 1;
     while (joined(from)) --from;
     while (joined(to)) ++to;
@@ -39,11 +38,9 @@ double offcurve(const std::vector<tablerow>& rows, std::size_t i)
         for (std::size_t b = std::max(a + 3, i + 1); b <= std::min(a + 5, to); ++b) {
             double off = 0.0;
             for (std::size_t k = a; k < b; ++k) {
-                double part = std::log(rows[k].mu / rows[i].mu);
+                double part = std::log(r[k].mu / r[i].mu);
                 for (std::size_t l = a; l < b; ++l) {
-                    if (l == k || l == i) continue;
-                    part *=
-                        std::log(rows[i].keV / rows[l].keV) / std::log(rows[k].keV / rows[l].keV);
+                    if (l != k && l != i) part *= between(i, l) / between(k, l);
                 }
                 off += part;
             }
@@ -66,11 +63,8 @@ TEST(Tables, AreWholeAndSmooth)
         edges += rows[i].z <= 82 && std::isalpha(rows[i].line[0]);
         rough += rows[i].added() && offcurve(rows, i) > 0.2;
     }
-    EXPECT_TRUE(kept == 3041 && added == 2207 && edges == 364)
-        << kept << ' ' << added << ' ' << edges;
-    // At the ends of short intervals, where there is little to go by. Most of all, 29 and 44 %, in
-    // rhenium and osmium beside M edges whose published upper rows are slips.
-    EXPECT_EQ(rough, 37);
+    EXPECT_TRUE(kept == 3041 && added == 2207 && edges == 364) << kept << added << edges;
+    EXPECT_EQ(rough, 37);  // most of all rhenium and osmium beside M edges, where rows are few
 }
 
 // What the table lacks of the published one is listed, with the deviation of the program in per cent.
@@ -93,11 +87,10 @@ TEST(Tables, GiveThePublishedValues)
         EXPECT_TRUE(found.insert(key(r)).second) << r.line;
         const double is = 100.0 * (programme(names[r.z], r.keV) / r.mu - 1.0);
         EXPECT_NEAR(is, here, 0.002) << r.line;
-        const bool agree = is < -1.0 && std::max(xcom, kissel) < 0.8 * is;
+        const bool agree = std::max(xcom, kissel) < std::min(0.8 * is, -0.8);
         EXPECT_TRUE(std::fabs(is) < 0.1 || agree) << r.line;
         contradicted += agree;
     }
-    EXPECT_TRUE(found == all && contradicted == 25) << contradicted;
     eachline("elements.dat", [&](const std::string& line) {
         const std::string name = row(line.substr(16, 12))[0];
         EXPECT_TRUE(names[++z].starts_with(name)) << name;
@@ -105,7 +98,7 @@ TEST(Tables, GiveThePublishedValues)
         const std::string menu = said([z] { window(1), tell(elementdensity(z)); }, "\n");
         EXPECT_NEAR(std::stof(menu.substr(menu.rfind('<') + 1)), 11.4f, 11.32f) << name;
     });
-    EXPECT_EQ(z, 92);
+    EXPECT_TRUE(found == all && contradicted == 25 && z == 92) << contradicted << ' ' << z;
 }
 
 TEST(HelpFile, HasEveryKeyAndLink)
