@@ -18,7 +18,7 @@ void eachline(const std::string& file, auto check)
 std::uint64_t checksum(const std::string& file)  // FNV-1a
 {
     std::uint64_t sum = 0xcbf29ce484222325u;
-    for (unsigned char c : contentof(DATA_DIR "/" + file)) sum = (sum ^ c) * 0x100000001b3u;
+    for (char c : contentof(DATA_DIR "/" + file)) sum = (sum ^ std::uint8_t(c)) * 0x100000001b3u;
     return sum;
 }
 
