@@ -8,12 +8,11 @@
 namespace {
 
 // Opens the next of the two files. The shipped one has to be there.
-bool opennext(catalogue& c)
+void opennext(catalogue& c)
 {
     struct stat found {};
     if (++c.opened == 1 && lstat(c.filename, &found) != 0) ++c.opened;
     if (c.opened <= 2) c.file.opentable(c.filename, c.opened == 1);
-    return c.opened <= 2;
 }
 
 // Item k of a text, from 1, its items set off by a character.

@@ -94,7 +94,7 @@ TEST(Calc, TablesOfItsOwn)
             all.replace(all.find(c[0]), c[0].empty() ? all.npos : c[0].size(), c[1]);
             if (all.empty()) std::filesystem::remove("elements.dat");
             else std::ofstream("elements.dat") << all;
-            c.expectin(said([] { ofcompound("H_1", 0.0f); }), 2);
+            c.expectin(said([] { ofcompound("Pr_1", 30.0f); }, "\n"), 2);
         }},
     });
 }

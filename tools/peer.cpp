@@ -84,12 +84,9 @@ void compareformulas()
 {
     const std::vector<text<2>> es = symbols();
     std::mt19937 random(1);
-    for (const char* formula : {"H2O",       "Ca(OH)2", "Ca5(PO4)3F", "Al2(SO4)3(H2O)18",
-                                "C60",       "UO2",     "Fe0.95O",    "La1.85Sr0.15CuO4",
-                                "Bi4Ge3O12", "(CH2)n",  "h2o",        "Xx",
-                                "H2O)",      "(H2O",    "()",         "H0",
-                                "",          "2H2O",    "Fe-O",       "NaCl ",
-                                "SiO2."}) {
+    for (const char* formula : {"H2O", "Ca(OH)2", "Ca5(PO4)3F", "Al2(SO4)3(H2O)18", "C60", "UO2",
+                                "Fe0.95O", "La1.85Sr0.15CuO4", "Bi4Ge3O12", "h2o", "Xx", "H2O)",
+                                "(H2O", "()", "H0", "", "2H2O", "Fe-O", "NaCl "}) {
         if (!sameatoms(formula, es)) fail(std::string("formula ") + formula);
     }
     for (int i = 0; i < 20000; ++i) {
@@ -187,10 +184,11 @@ void comparelines()
 
 int main(int argc, char** argv)
 {
-    if (argc != 2 || chdir(argv[1]) < 0) {
-        std::fprintf(stderr, "peer: give the directory of the tables\n");
+    if (argc != 2 || chdir("/") < 0) {
+        std::fprintf(stderr, "peer: give the directory of the tables, from the root\n");
         return 2;
     }
+    setenv("ATTENUATION_DATA", argv[1], 1);
     compareformulas();
     comparematerials();
     comparelines();
