@@ -55,7 +55,7 @@ void await(int fd, short event)
 
 }  // namespace
 
-bool writeout()
+bool tryflush()
 {
     std::size_t written = 0;
     while (written < ncollected) {
@@ -71,7 +71,7 @@ bool writeout()
 
 void flushoutput()
 {
-    if (ncollected == 0 || writeout()) return;
+    if (ncollected == 0 || tryflush()) return;
     if (errno == EPIPE) std::_Exit(EXIT_FAILURE);  // the reader has gone: nobody to tell
     stop("standard output cannot be written: %s", std::strerror(errno));
 }
@@ -81,7 +81,7 @@ void connectscript(std::FILE* stream) { scriptstream = stream; }
 namespace {
 
 // Reads one byte; -1 at the end of input.
-int readbyte()
+int rawbyte()
 {
     unsigned char c = 0;
     for (;;) {
@@ -92,17 +92,17 @@ int readbyte()
     }
 }
 
-int heldbyte = -1;  // read while looking behind a carriage return
+int heldbyte = -1;  // read while looking after a carriage return
 
 }  // namespace
 
 int inputbyte()
 {
     flushoutput();
-    int c = heldbyte >= 0 ? heldbyte : readbyte();
+    int c = heldbyte >= 0 ? heldbyte : rawbyte();
     heldbyte = -1;
     if (c == '\r' && !isatty(STDIN_FILENO)) {
-        const int next = readbyte();
+        const int next = rawbyte();
         if (next == '\n') c = next;
         else heldbyte = next;
     }
@@ -112,7 +112,7 @@ int inputbyte()
 
 bool inputended() { return ended; }
 
-void noteinputend(bool end) { ended = end; }
+void setinputended(bool end) { ended = end; }
 
 bool readrecord(int unit, char* to, int n)
 {

@@ -2,7 +2,7 @@
 // base/channel.h: the numbered input and output channels.
 //
 // Channel 5 is standard input, 6 standard output, 10 the script file. Standard input is read byte
-// by byte and nothing is read ahead (but for one byte behind a carriage return in a file or a
+// by byte and nothing is read ahead (but for one byte after a carriage return in a file or a
 // pipe), so that single keys, lines and line editing can take turns on one stream: what is typed,
 // pasted or piped ahead goes to the right questions. Standard output is collected and written
 // before every wait for input.
@@ -26,7 +26,7 @@ void openchannels();
 void flushoutput();
 
 /// The same, but false in place of an end, with the reason in `errno`.
-bool writeout();
+bool tryflush();
 
 /// Connects the script file: a stream open for reading, writing or both; nullptr disconnects.
 /// The caller keeps the stream and closes it.
@@ -36,10 +36,10 @@ void connectscript(std::FILE* stream);
 /// a file or a pipe a carriage return and line feed count as one line feed.
 int inputbyte();
 
-/// True if the last read of standard input met its end. `noteinputend` says so for a reader of its
+/// True if the last read of standard input met its end. `setinputended` says so for a reader of its
 /// own, such as the line editor.
 bool inputended();
-void noteinputend(bool end);
+void setinputended(bool end);
 
 /// Reads the next line of channel `unit`, 5 or 10, into columns 1..n of `to`, cut or blank-padded;
 /// the rest of a longer line is dropped, and so is a carriage return at its end. False at the end

@@ -19,6 +19,14 @@ constexpr std::string_view without(std::string_view s, std::size_t n)
     return s;
 }
 
+/// A view without the blanks at both its ends.
+constexpr std::string_view stripped(std::string_view s)
+{
+    while (s.starts_with(' ')) s.remove_prefix(1);
+    while (s.ends_with(' ')) s.remove_suffix(1);
+    return s;
+}
+
 inline bool isdecimal(char c) { return c >= '0' && c <= '9'; }
 
 /// Fixed array whose items are numbered lo..hi, as in the tables. Stops on any other number.

@@ -20,7 +20,7 @@ void stop(const char* format, ...)
     std::vsnprintf(message, sizeof message, format, values);
     va_end(values);
 
-    writeout();
+    tryflush();
     const printable<sizeof message * 2> shown{std::string_view(message)};
     dprintf(STDERR_FILENO, "%s: %.*s\n", commandname, shown.length, shown.ch);
     std::exit(EXIT_FAILURE);

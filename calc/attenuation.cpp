@@ -55,8 +55,8 @@ void readgroup(formularest& rest, text<2>& symbol, std::int32_t& n)
     const bool oneletter = w(2) == '_';
     symbol = oneletter ? text<2>(w(1, 1)) : text<2>(w(1, 2));
     const char d1 = oneletter ? w(3) : w(4);
-    // Behind a two-letter symbol column 5 is read twice, not columns 5 and 6: a second digit is
-    // doubled and the parser moves on one column too far. Part of the formula's rules, and kept.
+    // After a two-letter symbol column 5 is read twice, not columns 5 and 6: a second digit is
+    // doubled and the parser moves on one column too far. These are the formula's rules.
     const char d2 = oneletter ? w(4) : w(5);
     const char d3 = w(5);
     int p = oneletter ? 4 : 5;
@@ -174,16 +174,16 @@ void readelements(elementlist& elements)
 
 namespace {
 
-enum class route { element, symbol, compound, formula, twolines };  // how to mu/rho
+enum class route { element, symbol, compound, formula, twolines };  // to mu/rho
 
 struct absorber {
     std::string_view entry, help;  // text and help key in the menu
-    route way;
-    std::string_view name;  // of the block, for a given element
-    float value;            // energy offered, keV
-    std::string_view form;  // in which it is shown
-    float density;          // g/cm3; the density table replaces it for elements
-    std::int32_t j = 0;     // a given compound
+    route to;                      // the questions asked
+    std::string_view name;         // of the block, for a given element
+    float value;                   // energy offered, keV
+    std::string_view form;         // in which it is shown
+    float density;                 // g/cm3; the density table replaces it for elements
+    std::int32_t j = 0;            // a given compound
     dim<std::int32_t, 1, 12> indx{}, mult{};
 };
 
@@ -198,7 +198,7 @@ const absorber absorbers[] = {
      3, {{6, 1, 8}}, {{10, 8, 4}}},
     {"7 teflon C_2F_4", "read/teflon", route::compound, "", 14.4f, "f8.2", 2.2f,
      2, {{6, 9}}, {{2, 4}}},
-    // Hydrogen 2, not the 4 of the dihydrate: the composition in use, kept.
+    // Hydrogen 2, not the 4 of the dihydrate: required, and named under BUGS in the manual.
     {"8 Na_2Fe[(CN)_5NO]2H_2O", "read/sodiumnitrop", route::compound, "", 14.4f, "f8.2", 1.72f,
      6, {{11, 26, 6, 7, 8, 1}}, {{2, 1, 5, 6, 3, 2}}},
     {"9 FAS", "read/fas", route::compound, "", 14.4f, "f8.2", 1.86f,
@@ -269,15 +269,15 @@ std::int32_t chooseabsorber()
 }
 
 // A question for a number, at the terminal width.
-void asknumber(std::string_view question, std::string_view form, float& value,
-               std::string_view help)
+void promptvalue(std::string_view question, std::string_view form, float& value,
+                 std::string_view help)
 {
     text<132> querytype(question), chcom(help);
     text<7> shown(form);
     askvalue(querytype, shown, value, chcom, term.ncol(1), nrd, nwr);
 }
 
-text<132> asktext(std::string_view question, std::string_view offered, std::string_view help)
+text<132> promptstring(std::string_view question, std::string_view offered, std::string_view help)
 {
     text<132> querytype(question), chin(offered), chcom(help);
     askstring(querytype, chin, chcom, term.ncol(1), nrd, nwr);
@@ -309,7 +309,7 @@ void printcoefficient(const sample& s, int width)
 
 text<12> askelement(const elementlist& elements)
 {
-    const text<132> chin = asktext("symbol for the element", "Cu", "read/element");
+    const text<132> chin = promptstring("symbol for the element", "Cu", "read/element");
     const int i = findsymbol(elements.es.item, text<2>(chin.all()));
     if (i == 0) {
         stop("%s: no element from hydrogen to lead has the symbol \"%.2s\"", elementtable, chin.ch);
@@ -320,7 +320,7 @@ text<12> askelement(const elementlist& elements)
 void elementpath(sample& s, const text<12>& name, const absorber& chosen)
 {
     float energy = chosen.value;
-    asknumber("Photon energy in keV", chosen.form, energy, "read/energy");
+    promptvalue("Photon energy in keV", chosen.form, energy, "read/energy");
     s.nz = findblock(name);
     s.iread = 1;
     s.density = elementdensity(s.nz);
@@ -342,15 +342,15 @@ float compoundcoefficient(const sample& s, const absorber& compound, float value
 void askcompound(sample& s, absorber& typed)
 {
     const text<132> chin =
-        asktext("formula of the compound", "N_2H_8Fe_1S_2O_8H_12O_6", "read/compound");
-    asknumber("density of the compound g/cm3", typed.form, s.density, "read/density");
+        promptstring("formula of the compound", "N_2H_8Fe_1S_2O_8H_12O_6", "read/compound");
+    promptvalue("density of the compound g/cm3", typed.form, s.density, "read/density");
     contentformula(chin, s.elements.es, typed.j, typed.indx, typed.mult);
 }
 
 void setupabsorber(sample& s, absorber chosen)
 {
     s.density = chosen.density;
-    switch (chosen.way) {
+    switch (chosen.to) {
         case route::element: return elementpath(s, text<12>(chosen.name), chosen);
         case route::symbol: return elementpath(s, askelement(s.elements), chosen);
         case route::formula: askcompound(s, chosen); [[fallthrough]];
@@ -386,13 +386,13 @@ void askthickness(sample& s, std::int32_t lqq)
 {
     if (lqq == 1) {
         float value = 100.0f;
-        asknumber("thickness mg/cm2", "f8.2", value, "read/mgcm2");
+        promptvalue("thickness mg/cm2", "f8.2", value, "read/mgcm2");
         s.thick = value / 1000.0f;
     }
     if (lqq == 2) {
         float value = 0.125f;
-        asknumber("thickness in mm", "f8.4", value, "read/mgcm2");  // the key of the other unit
-        // Never so as things are: the number and the density of an element are read together.
+        promptvalue("thickness in mm", "f8.4", value, "read/mgcm2");  // the key of the other unit
+        // The density of an element is read with its number, so this does not ask again.
         if (s.nz >= 1 && s.nz <= 99 && s.iread == 0) s.density = elementdensity(s.nz);
         s.thick = s.density * value / 10.0f;
     }

@@ -17,10 +17,10 @@ void attenuation(float energy, float& atc);
 
 /// Takes a chemical formula apart: groups of an element symbol, "_" and a count, such as
 /// "C_10H_8O_4". A one-letter symbol takes up to three digits. A two-letter symbol takes one: of a
-/// second digit the parser makes a third, so that Fe_12 at the end reads as 122 atoms. Kept so;
-/// write Fe_6Fe_6.
+/// second digit the parser makes a third, so that Fe_12 at the end reads as 122 atoms. Write
+/// Fe_6Fe_6.
 ///   formula     in   leading blanks are ignored
-///   es          in   the element symbols; a one-letter symbol has a blank behind it
+///   es          in   the element symbols; a one-letter symbol has a blank after it
 ///   j           out  number of groups, 1..12
 ///   indx, mult  out  element number and atom count of each group
 void contentformula(const text<132>& formula, const dim<text<2>, 1, 82>& es, std::int32_t& j,

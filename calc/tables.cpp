@@ -12,13 +12,6 @@
 
 namespace {
 
-std::string_view trimmed(std::string_view field)
-{
-    while (field.starts_with(' ')) field.remove_prefix(1);
-    while (field.ends_with(' ')) field.remove_suffix(1);
-    return field;
-}
-
 // True for digits with a sign or none in front and at most `points` points among them.
 bool isplain(std::string_view word, int points)
 {
@@ -46,7 +39,7 @@ double digits(std::string_view word)
 // D. False for anything else. Rounded once, as digits and powers of ten up to 10^22 are exact.
 bool readfield(std::string_view field, int decimals, double& value)
 {
-    field = trimmed(field);
+    field = stripped(field);
     value = 0.0;
     if (field.empty()) return true;
     const auto isletter = [](char c) { return c == 'E' || c == 'D' || c == 'e' || c == 'd'; };

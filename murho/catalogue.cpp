@@ -24,18 +24,11 @@ std::string_view item(std::string_view from, int k, char separator)
     return from.substr(0, from.find(separator));
 }
 
-std::string_view trimmed(std::string_view s)
-{
-    while (s.starts_with(' ')) s.remove_prefix(1);
-    while (s.ends_with(' ')) s.remove_suffix(1);
-    return s;
-}
-
 // Takes the first of the names from the front.
 std::string_view nextname(std::string_view& names)
 {
     const std::string_view name = names.substr(0, names.find(' '));
-    names = trimmed(without(names, name.size()));
+    names = stripped(without(names, name.size()));
     return name;
 }
 
@@ -67,7 +60,7 @@ bool catalogue::next()
     return false;
 }
 
-std::string_view catalogue::field(int k) const { return trimmed(item(line.all(), k, '|')); }
+std::string_view catalogue::field(int k) const { return stripped(item(line.all(), k, '|')); }
 
 bool catalogue::find(std::string_view wanted)
 {

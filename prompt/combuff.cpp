@@ -36,10 +36,10 @@ question openquestion(text<132>& querytype, std::int32_t ncol)
     return q;
 }
 
-// Puts the cursor at the start of the line `lines` - 1 above, where the next output overwrites.
+// Puts the cursor at the start of a line further up, where the next output overwrites.
 void cursorup(std::int32_t nwr, std::string_view lines) { writerecord(nwr, {" ", lines}); }
 
-// Wipes the question and the answer line; the cursor stands at the start of the question line.
+// Wipes the question and the answer line; the cursor ends at the start of the question line.
 void redraw(std::int32_t nwr, std::int32_t width)
 {
     cursorup(nwr, escape::up2);
@@ -63,15 +63,16 @@ text<132> readanswer(const question& q, std::int32_t nrd, std::int32_t nwr)
     return ch132;
 }
 
-// True with the next line of the script file; at its end the prompt becomes interactive.
-bool readscript(text<132>& line, std::int32_t nwr, std::string_view endmessage)
+// True with the next line of the script file. At its end the prompt becomes interactive and says
+// so; `first` is the first character of that line, which belongs to it.
+bool readscript(text<132>& line, std::int32_t nwr, std::string_view first)
 {
     if (readrecord(nscript, line)) return true;
-    writerecord(nwr, {endmessage});
+    writerecord(nwr, {first, "end of sript file: switch to interactive mode"});
     return false;
 }
 
-void record(const question& q, std::string_view bracket, std::string_view answer)
+void recordanswer(const question& q, std::string_view bracket, std::string_view answer)
 {
     if (q.wrb == 'w') writerecord(nscript, {q.shown(), bracket, answer, "]"});
 }
@@ -109,8 +110,7 @@ void yesno(text<132>& querytype, text<1>& ch1, const text<132>& chcom, std::int3
 {
     const question q = openquestion(querytype, ncol);
     text<132> ch132;
-    // The leading "1" belongs to the message.
-    if (q.wrb == 'r' && readscript(ch132, nwr, "1end of sript file: switch to interactive mode")) {
+    if (q.wrb == 'r' && readscript(ch132, nwr, "1")) {
         writerecord(nwr, {ch132.all()});
         ch1 = ch132(2, 132).find("[y]") != std::string_view::npos ? "y" : "n";
         return;
@@ -122,7 +122,7 @@ void yesno(text<132>& querytype, text<1>& ch1, const text<132>& chcom, std::int3
             help(chcom);
             continue;
         }
-        if (ch132.blank()) return record(q, " [", ch1.all());
+        if (ch132.blank()) return recordanswer(q, " [", ch1.all());
         if (isquit(ch132(1))) {
             ch1 = "*";
             return;
@@ -180,7 +180,7 @@ void askvalue(text<132>& querytype, text<7>& form, float& value, text<132>& chco
     shownvalue shown;
     shown.render(form, value);
     text<132> ch132;
-    if (q.wrb == 'r' && readscript(ch132, nwr, " end of sript file: switch to interactive mode")) {
+    if (q.wrb == 'r' && readscript(ch132, nwr, " ")) {
         writerecord(nwr, {ch132.all()});
         value = replayedvalue(ch132);
         return;
@@ -196,9 +196,9 @@ void askvalue(text<132>& querytype, text<7>& form, float& value, text<132>& chco
             showhelp(q, chcom);
             continue;
         }
-        if (ch132.blank()) {  // the number as shown is accepted, not the one behind it
+        if (ch132.blank()) {  // the number as shown is accepted, not the unrounded one
             value = firstnumber(text<132>(shown.chl.all()), ncol);
-            return record(q, "=[", shown.view());
+            return recordanswer(q, "=[", shown.view());
         }
         if (isquit(ch132(1))) {
             querytype = "*";
@@ -222,7 +222,7 @@ text<132> editedline(const question& q, std::int32_t nwr)
     dim<std::int32_t, 1, 132> k;
     const int count = readaline(k, ">");
     if (inputended()) {
-        writerecord(nwr, {""});  // the cursor stands behind the ">"
+        writerecord(nwr, {""});  // the cursor is after the ">"
         stopatquestion(q);
     }
     text<132> ch132;
@@ -257,7 +257,7 @@ question openwholequestion(text<132>& querytype)
     return q;
 }
 
-// The `ls` characters behind the first "[" of a script line. The length is that of the default, by
+// The `ls` characters after the first "[" of a script line. The length is that of the default, by
 // design: a longer recorded answer is cut, a shorter one brings along what follows it.
 text<132> replayedtext(const text<132>& line, int ls)
 {
@@ -275,7 +275,7 @@ void askstring(text<132>& querytype, text<132>& chstr, text<132>& chcom, std::in
     question q = openwholequestion(querytype);
     storedtext stored(chstr);
     text<132> ch132;
-    if (q.wrb == 'r' && readscript(ch132, nwr, " end of sript file: switch to interactive mode")) {
+    if (q.wrb == 'r' && readscript(ch132, nwr, " ")) {
         chstr = replayedtext(ch132, stored.ls);
         return;
     }
@@ -298,7 +298,7 @@ void askstring(text<132>& querytype, text<132>& chstr, text<132>& chcom, std::in
         const bool accepted = ch132.begins("    ");
         if (accepted || isquit(ch132(1))) {
             chstr = accepted ? text<132>(stored.view()) : text<132>("*");
-            return record(q, " [", stored.view());
+            return recordanswer(q, " [", stored.view());
         }
         stored = storedtext(ch132);
         redraw(nwr, ncol);

@@ -51,7 +51,7 @@ void nextchar(const text<132>& chl, std::int32_t& il, std::int32_t& ip, text<132
     const auto separator = [](char c) { return c == ' ' || c == ','; };
     if (il > 130) il = 130;
     const int end = il > 0 ? il : 0;
-    const int npl = std::max(chl.length(131), end) + 1;  // the first blank behind the text
+    const int npl = std::max(chl.length(131), end) + 1;  // the first blank after the text
 
     ip = end + 1;
     while (end >= 1 && ip < npl && !separator(chl(ip))) ++ip;
@@ -149,11 +149,11 @@ struct numberscan {
 
 enum class eletter { exponent, skipped, ordinary };
 
-// What an "e" means behind these columns. With a point in the digits before it, it announces an
-// exponent; behind digits without one it is passed over, so that " 12e3" reads as 123; behind
-// digits that start the text it is like any other letter, so that "12e3" reads as 12 and 3. Meant
-// so.
-eletter meaning(std::string_view before)
+// What an "e" means after these columns. With a point in the digits before it, it announces an
+// exponent; after digits without one it is passed over, so that " 12e3" reads as 123; after digits
+// that start the text it is like any other letter, so that "12e3" reads as 12 and 3. All three
+// readings are required.
+eletter emeaning(std::string_view before)
 {
     for (; !before.empty(); before.remove_suffix(1)) {
         if (before.back() == '.') return eletter::exponent;
@@ -176,7 +176,7 @@ bool scancolumn(numberscan& s, std::string_view columns, int& k)
     }
     if (c == 'e' || c == 'E') {
         if (s.nex == 1) return s.store(k);
-        const eletter e = meaning(columns.substr(0, static_cast<std::size_t>(k - 1)));
+        const eletter e = emeaning(columns.substr(0, static_cast<std::size_t>(k - 1)));
         if (e == eletter::skipped) return true;
         if (e == eletter::exponent) {
             s.nex = -1;
@@ -196,7 +196,7 @@ bool scancolumn(numberscan& s, std::string_view columns, int& k)
 
 void trlch(std::int32_t n_ch, const text<132>& chin, std::int32_t& iout, dim<float, 1, 32>& out)
 {
-    // The blank behind the text ends its last number; further ones change nothing.
+    // The blank after the text ends its last number; further ones change nothing.
     const int most = std::clamp(n_ch, 0, 132);
     const int nch = std::min(chin.length(most) + 1, most);
     const std::string_view columns = chin(1, nch);
@@ -243,7 +243,7 @@ struct numbertext {
     int iueb = 0;         // first digit used: 0, or -1 after such a carry
     int iex = 0;          // decimal exponent of ii(0)
     int ip = 0;           // characters before the first digit
-    int im = 0;           // last digit used, then the length of the text
+    int lastdigit = 0;    // last digit used
     text<16> chf;         // sign and digits
     int j = 0;            // characters in chf
     text<24> chl;
@@ -276,16 +276,16 @@ float startdigits(const numberformat& f, float rn, numbertext& t)
     // The 1e-5 keeps a power of ten from falling one exponent short.
     if (z > 0.0f) t.iex = static_cast<int>(1e-5f + static_cast<float>(std::log10(double{z})));
     if (z < 1.0f) --t.iex;
-    t.im = f.is('i') ? t.iex : f.is('e') || f.is('a') ? f.k10 : f.k10 + t.iex;
-    if (t.im < -1) t.im = -1;
+    t.lastdigit = f.is('i') ? t.iex : f.is('e') || f.is('a') ? f.k10 : f.k10 + t.iex;
+    if (t.lastdigit < -1) t.lastdigit = -1;
     return z;
 }
 
-// Makes the digits 0 to im + 1 of z, in 32-bit arithmetic throughout.
+// Makes the digits 0 to lastdigit + 1 of z, in 32-bit arithmetic throughout.
 void makedigits(numbertext& t, float z)
 {
     float e10 = tenpower(static_cast<float>(t.iex));
-    for (int i = 0; i <= t.im + 1; ++i) {
+    for (int i = 0; i <= t.lastdigit + 1; ++i) {
         // The 1e-6 takes up the rounding error. Beyond the digits that 32 bits can hold the
         // remainder may turn out negative or too large, and e10 zero: a digit stays a digit.
         const float quotient = e10 > 0.0f ? z / e10 + 1e-6f : 0.0f;
@@ -296,13 +296,13 @@ void makedigits(numbertext& t, float z)
     }
 }
 
-// Rounds at digit im. Strictly above 5: a following digit of exactly 5 does not round up. This is
-// meant so; round-half-up would show other numbers.
+// Rounds at the last digit. Strictly above 5: a following digit of exactly 5 does not round up, as
+// required; round-half-up would show other numbers.
 void rounddigits(const numberformat& f, numbertext& t)
 {
-    if (t.ii(t.im + 1) > 5) {
-        ++t.ii(t.im);
-        for (int i = t.im; i >= 0 && t.ii(i) > 9; --i) {
+    if (t.ii(t.lastdigit + 1) > 5) {
+        ++t.ii(t.lastdigit);
+        for (int i = t.lastdigit; i >= 0 && t.ii(i) > 9; --i) {
             t.ii(i) = 0;
             ++t.ii(i - 1);
         }
@@ -313,36 +313,35 @@ void rounddigits(const numberformat& f, numbertext& t)
     else ++t.ip;
 }
 
-void buildinteger(const numberformat& f, numbertext& t)
+// Builds the text of an integer; returns its length, as the other two do.
+int buildinteger(const numberformat& f, numbertext& t)
 {
     if (t.iex < t.iueb) {  // the value rounds to no digit
-        t.im = f.nn > 0 ? f.nn : 1;
-        t.chl(t.im) = '0';
-        return;
+        const int im = f.nn > 0 ? f.nn : 1;
+        t.chl(im) = '0';
+        return im;
     }
     t.appenddigits(t.iex);
     t.chl = text<24>(t.chf(1, t.j));
-    t.im = t.ip + t.iex + 1;
+    return t.ip + t.iex + 1;
 }
 
-void buildfixed(const numberformat& f, numbertext& t)
+int buildfixed(const numberformat& f, numbertext& t)
 {
     if (t.iex >= 0) {
         t.appenddigits(f.k10 + t.iex);
         const int mm = t.ip + t.iex + 1;
         t.point(mm, f.k10);
-        t.im = mm + 1 + f.k10;
-        return;
+        return mm + 1 + f.k10;
     }
     for (int i = 0; i < t.iueb - t.iex; ++i) t.append('0');
     t.appenddigits(f.k10 + t.iex);
-    t.im = t.ip + 1 + f.k10;
-    if (t.iueb == 0) ++t.im;
-    else --t.ip;
+    if (t.iueb != 0) --t.ip;
     t.point(t.ip + 1, f.k10);
+    return t.ip + 2 + f.k10;
 }
 
-void buildexponent(const numberformat& f, numbertext& t)
+int buildexponent(const numberformat& f, numbertext& t)
 {
     char exponent[16], tail[24];
     std::snprintf(exponent, sizeof exponent, f.plus ? "%+d" : "%d", t.iex);
@@ -351,8 +350,8 @@ void buildexponent(const numberformat& f, numbertext& t)
                                  : std::snprintf(tail, sizeof tail, "*10@u%s@n", exponent);
     t.appenddigits(f.k10);
     t.point(t.ip + 1, f.k10);
-    t.im = t.ip + 2 + f.k10 + length;
     t.chl.put(t.ip + f.k10 + 3, 24, tail);
+    return t.ip + 2 + f.k10 + length;
 }
 
 // Puts the text into its field, or marks it where it is wider.
@@ -386,10 +385,9 @@ void trlnu(text<7>& formatch, float rn, text<24>& chr, std::int32_t& nn, text<24
     const float z = startdigits(f, rn, t);
     makedigits(t, z);
     rounddigits(f, t);
-    if (f.is('i')) buildinteger(f, t);
-    else if (f.is('e') || f.is('a')) buildexponent(f, t);
-    else buildfixed(f, t);
+    if (f.is('i')) im = buildinteger(f, t);
+    else if (f.is('e') || f.is('a')) im = buildexponent(f, t);
+    else im = buildfixed(f, t);
     chl = t.chl;
-    im = t.im;
     place(chr, nn, chl, im);
 }
