@@ -111,6 +111,7 @@ int readbyte()
 }
 
 int heldbyte = -1;  // read while looking behind a carriage return
+long taken = 0;     // bytes handed out
 
 }  // namespace
 
@@ -125,8 +126,11 @@ int inputbyte()
         else heldbyte = next;
     }
     ended = c < 0;
+    if (!ended) ++taken;
     return c;
 }
+
+long inputcount() { return taken; }
 
 bool inputended() { return ended; }
 

@@ -13,6 +13,7 @@
 #include "base/printable.h"
 #include "help/comhelp.h"
 #include "terminal/escape.h"
+#include "terminal/key.h"
 #include "terminal/readalinef.h"
 
 static_assert(FLT_EVAL_METHOD == 0, "32-bit arithmetic must not be carried out in more bits");
@@ -426,9 +427,6 @@ question openquestion(text<132>& querytype, std::int32_t ncol)
     return q;
 }
 
-// Puts the cursor at the start of the line `lines` - 1 above, where the next output overwrites.
-void cursorup(std::int32_t nwr, std::string_view lines) { writerecord(nwr, {" ", lines}); }
-
 // Wipes the question and the answer line; the cursor stands at the start of the question line.
 void redraw(std::int32_t nwr, std::int32_t width)
 {
@@ -448,6 +446,7 @@ text<132> readanswer(const question& q, std::int32_t nrd, std::int32_t nwr)
 {
     text<132> ch132;
     if (!readrecord(nrd, ch132)) stopatquestion(q);
+    if (endedinplace()) writerecord(nwr, {" "});
     cursorup(nwr, escape::up2);
     lc_character(ch132);
     return ch132;
