@@ -21,6 +21,21 @@ constexpr const char* densitytable = "dichte.dat";
 constexpr std::int32_t nrd = 5;  // input channel handed to every prompt
 constexpr std::int32_t nwr = 6;  // output channel, for every prompt and all printing
 
+// Measures the terminal; menus take its full width.
+void measure()
+{
+    window(1);
+    term.npl = term.ncol(1);
+}
+
+// The same before each menu, where the terminal has another width by now.
+void remeasure()
+{
+    int rows = 0, columns = 0;
+    sizenow(rows, columns);
+    if (columns != term.ncol(1)) measure();
+}
+
 char blockname[13];  // the element whose block `coefficients` stands in, for messages
 
 }  // namespace
@@ -510,6 +525,7 @@ void readmodifications(std::int32_t nz, modifications& found)
 
 float elementdensity(std::int32_t nz)
 {
+    remeasure();
     modifications found;
     readmodifications(nz, found);
     std::int32_t lq = found.n, lk = found.n;
@@ -607,9 +623,7 @@ struct sample {
 
 void startup(elementlist& elements)
 {
-    constexpr std::int32_t kwin = 1;
-    window(kwin);
-    term.npl = term.ncol(kwin);
+    measure();
     static constexpr std::string_view lines[] = {
         "",
         " The program uses the tables:",
@@ -632,6 +646,7 @@ std::int32_t chooseabsorber()
 {
     std::int32_t lq = 0;
     while (lq == 0) {
+        remeasure();
         lq = nabsorber;
         std::int32_t lk = lq;
         for (int k = 1; k <= lq; ++k) {
@@ -752,6 +767,7 @@ void setupabsorber(sample& s, absorber chosen)
 // Asks for the unit of the thickness: 1 mg/cm2, 2 mm, 0 if cancelled. `ch80` is the unit offered.
 std::int32_t askunit(text<80>& ch80)
 {
+    remeasure();
     std::int32_t lq = 2, lk = 2;
     scrd.queryar(1) = "thickness mg/cm2";
     scrd.helpar(1) = "read/mgcm2";
