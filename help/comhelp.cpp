@@ -633,11 +633,22 @@ void showmarkup(display& d)
 
 int screenrows(const display& d) { return std::max(1, (d.line.length() + d.width - 1) / d.width); }
 
-void pause(display& d)
+// Waits for Enter below a page. On a terminal a word tells of text that follows, and is
+// wiped again.
+void pause(display& d, bool follows)
 {
+    const std::string_view word =
+        std::string_view(" Enter shows more").substr(0, static_cast<std::size_t>(d.width - 1));
+    const bool tells = follows && isatty(STDIN_FILENO);
+    if (tells) writepart(nwr, word), writepart(nwr, "\r");
     text<80> answer;
     if (!readrecord(nrd, answer)) stop("end of input at a page of the help text");
+    if (endedinplace()) writerecord(nwr, {" "});
     cursorup(nwr, escape::up2);
+    if (tells) {
+        writerecord(nwr, {blanks(static_cast<int>(word.size()))});
+        cursorup(nwr, escape::up2);
+    }
     if (answer(1) == 'q' || answer(1) == '*') d.afresh = true;
 }
 
@@ -670,7 +681,7 @@ bool showtext(display& d)
         }
         if (d.line(1) == '/') break;
         full = showpage(d, more);
-        pause(d);
+        pause(d, full && more && (d.line(1) != '/' || d.line.begins("/>")));
     }
     return true;
 }
