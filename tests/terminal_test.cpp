@@ -19,6 +19,7 @@ TEST(Terminal, Cases)
     cases("screens.txt", {
         {"runs", [](auto& c) {
             screen s(c[0] == "0" ? 0 : 60, c.integer(0), c[2].empty() ? "true" : c[2]);
+            if (c[0].size() > 4) s.resize(60, std::stoi(c[0].substr(3)));
             s.type(c[1]);
             const auto text = [&s] { return s.shown() + "|" + s.marked(); };
             // A shell tells of the end of a job at a prompt to come, when another child has ended.
