@@ -246,8 +246,8 @@ int screenlines(int columns)
     return std::max((columns + width - 1) / width, 1);
 }
 
-// Columns that entry k takes with its brackets.
-int textwidth(int k) { return scrd.lw(k) + scrd.ld(k) + (scrd.ld(k) > 0 ? 3 : 2); }
+// Columns that entry k takes with its brackets: its cell holds no more than 128.
+int textwidth(int k) { return std::min(scrd.lw(k) + scrd.ld(k) + (scrd.ld(k) > 0 ? 3 : 2), 128); }
 
 // Length of the control sequence at the start of the cell of entry k.
 int sequencelength(int k) { return static_cast<int>(scrd.type(k).all().find('m')) + 1; }
@@ -428,12 +428,13 @@ void recordchoice(const menu& m)
     writerecord(nscript, {line(1, std::max(m.npx, 5))});
 }
 
-// Wipes the answer line; the cursor stands on it again.
+// Wipes the answer line, or lines; the cursor stands on it again.
 void wipeanswer(const menu& m)
 {
+    const int width = m.echo > m.npx ? term.ncol(1) : m.npx;
     for (int lines = screenlines(m.echo); lines > 0; --lines) {
         cursorup(nwr, escape::up2);
-        writerecord(nwr, {blanks(m.npx)});
+        writerecord(nwr, {blanks(width)});
         cursorup(nwr, escape::up2);
     }
 }

@@ -38,7 +38,7 @@ TEST(Terminal, Cases)
             screen s(60, 80);
             EXPECT_EQ(write(s.master, c[0].data(), c[0].size()), ssize_t(c[0].size()));
             s.settle();
-            c.expectin(s.shown(), 1);
+            c.expectin(s.type(c[1]).shown(), 2);
         }},
         {"waits", [](auto& c) {
             for (int signal : {SIGINT, SIGQUIT, SIGTERM, SIGHUP, SIGPIPE, SIGALRM, SIGUSR1, SIGUSR2,
