@@ -93,6 +93,7 @@ int rawbyte()
 }
 
 int heldbyte = -1;  // read while looking after a carriage return
+long taken = 0;     // bytes handed out
 
 }  // namespace
 
@@ -107,8 +108,11 @@ int inputbyte()
         else heldbyte = next;
     }
     ended = c < 0;
+    if (!ended) ++taken;
     return c;
 }
+
+long inputcount() { return taken; }
 
 bool inputended() { return ended; }
 

@@ -36,6 +36,9 @@ void connectscript(std::FILE* stream);
 /// a file or a pipe a carriage return and line feed count as one line feed.
 int inputbyte();
 
+/// How many bytes `inputbyte` has returned.
+long inputcount();
+
 /// True if the last read of standard input met its end. `setinputended` says so for a reader of its
 /// own, such as the line editor.
 bool inputended();

@@ -19,6 +19,21 @@ namespace {
 constexpr std::int32_t nrd = ninput;   // handed to every prompt
 constexpr std::int32_t nwr = noutput;  // for every prompt and all printing
 
+// Measures the terminal; menus take its full width.
+void measure()
+{
+    window(1);
+    term.npl = term.ncol(1);
+}
+
+// The same before each menu, where the terminal has another width by now.
+void remeasure()
+{
+    int rows = 0, columns = 0;
+    sizenow(rows, columns);
+    if (columns != term.ncol(1)) measure();
+}
+
 }  // namespace
 
 void attenuation(float energy, float& atc)
@@ -147,6 +162,7 @@ void atcoefficient(std::int32_t input, std::int32_t output, std::int32_t j,
 
 float elementdensity(std::int32_t nz)
 {
+    remeasure();
     modifications found;
     readmodifications(nz, found);
     std::int32_t lq = found.n, lk = found.n;
@@ -228,9 +244,7 @@ struct sample {
 
 void startup(elementlist& elements)
 {
-    constexpr std::int32_t kwin = 1;
-    window(kwin);
-    term.npl = term.ncol(kwin);
+    measure();
     static constexpr std::string_view lines[] = {
         "",
         " The program uses the tables:",
@@ -253,6 +267,7 @@ std::int32_t chooseabsorber()
 {
     std::int32_t lq = 0;
     while (lq == 0) {
+        remeasure();
         lq = nabsorber;
         std::int32_t lk = lq;
         for (int k = 1; k <= lq; ++k) {
@@ -368,6 +383,7 @@ void setupabsorber(sample& s, absorber chosen)
 // Asks for the unit of the thickness: 1 mg/cm2, 2 mm, 0 if cancelled. `ch80` is the unit offered.
 std::int32_t askunit(text<80>& ch80)
 {
+    remeasure();
     std::int32_t lq = 2, lk = 2;
     scrd.queryar(1) = "thickness mg/cm2";
     scrd.helpar(1) = "read/mgcm2";

@@ -23,8 +23,6 @@ namespace {
 constexpr int nwr = 6;  // the menu and the help display write to standard output
 constexpr int nrd = 5;
 
-void cursorup(std::string_view lines) { writerecord(nwr, {" ", lines}); }
-
 // The parts side by side. Beyond 132 characters they are cut if `cut` says so; else all is blank,
 // as half a path or command is worse than none.
 text<132> joined(std::initializer_list<std::string_view> parts, bool cut = false)
@@ -67,15 +65,19 @@ struct menu {
     int jjq = 0;          // entry at the cursor, 0 for none
     int jq = 0;           // highlighted entry, 0 for none
     text<132> ch132{};    // the answer
+    int echo = 0;         // columns that it took on the screen
+
+    bool block = false;   // equal columns are asked for
+    int columns = 0;      // of the terminal when the menu was laid out
+    bool afresh = false;  // what is on the screen is out of place: draw it below
 };
 
 bool readswidth(char wrb) { return wrb == 'w' || wrb == 'r' || wrb == 'l'; }
 
-// Widths and default, also taken anew after a help text. The default loses its "#".
-void measure(menu& m)
+// The default, also taken anew after a help text. It loses its "#".
+void takedefault(menu& m)
 {
-    m.npx = std::min(readswidth(m.wrb) ? term.ncol(1) : term.npl, 133) - 3;
-    m.npl_i = std::min(term.ncol(1), 132) - 3;
+    m.block = m.chdf(80) == '#';
     text<132> working(m.chdf(1, 79));
     stringlength(working, m.le);
     if (m.le == 0) m.lk = m.lq;
@@ -178,15 +180,25 @@ void flowinglayout(menu& m)
     }
 }
 
-// The set-up of a menu: widths, title, rows. Nothing is highlighted yet.
-void setup(menu& m)
+// Widths, title, rows.
+void layout(menu& m)
 {
-    const bool block = m.chdf(80) == '#';
-    measure(m);
+    m.npx = std::min(readswidth(m.wrb) ? term.ncol(1) : term.npl, 133) - 3;
+    m.npl_i = std::min(term.ncol(1), 132) - 3;
+    int rows = 0;
+    sizenow(rows, m.columns);
     drawtitle(m);
     const int laengez = measureentries(m);
     scrd.lpart(0) = 0;
-    if (!block || !blocklayout(m, laengez)) flowinglayout(m);
+    if (!m.block || !blocklayout(m, laengez)) flowinglayout(m);
+    m.afresh = false;
+}
+
+// The set-up of a menu. Nothing is highlighted yet.
+void setup(menu& m)
+{
+    takedefault(m);
+    layout(m);
     m.jjq = m.jq = m.ikey = 0;
 }
 
@@ -228,27 +240,29 @@ void mark(menu& m)
     }
 }
 
-// Calls `each` for every row: its number, the number of entries before it, and whether it holds a
-// single entry too wide for one line.
-template <typename action>
-void foreachrow(const menu& m, action each)
+// How many lines of the screen a text of so many columns takes.
+int screenlines(int columns)
 {
-    int ii = 0;
-    for (int r = 1; r <= m.iz; ++r) {
-        const int count = scrd.lpart(r);
-        const bool wide = count == 1 && ii < 64 && scrd.laenge(ii + 1) > m.npl_i;
-        each(r, ii, wide);
-        ii += count;
-    }
+    const int width = std::max(term.ncol(1), 1);
+    return std::max((columns + width - 1) / width, 1);
 }
 
-// Writes entries first..last side by side on one line.
-void drawline(int unit, int first, int last)
+// Columns that entry k takes with its brackets: its cell holds no more than 128.
+int textwidth(int k) { return std::min(scrd.lw(k) + scrd.ld(k) + (scrd.ld(k) > 0 ? 3 : 2), 128); }
+
+// Length of the control sequence at the start of the cell of entry k.
+int sequencelength(int k) { return static_cast<int>(scrd.type(k).all().find('m')) + 1; }
+
+// The last of the entries k to `last` that fit on one line of the screen beside entry k. What would
+// pass the edge of the terminal goes to a line of its own.
+int lastbeside(int k, int last)
 {
-    for (int k = first; k <= last; ++k) {
-        writepart(unit, scrd.type(k)(1, std::clamp(scrd.laenge(k), 0, 132)));
+    const int sequence = static_cast<int>(escape::normal.size());
+    int used = scrd.laenge(k) - sequence;
+    while (k < last && used + textwidth(k + 1) <= term.ncol(1)) {
+        used += scrd.laenge(++k) - sequence;
     }
-    writerecord(unit, {});
+    return k;
 }
 
 // How many cells a line of a row takes: the first digit of the count. A row of ten and more entries
@@ -260,28 +274,85 @@ int cellsperline(int count)
     return number(2) == ' ' ? 1 : number(2) - '0';
 }
 
+// A row of the menu: `count` entries behind entry `ii`.
+struct menurow {
+    int ii, count;
+    bool wide;   // a single entry too wide for one line,
+    int broken;  // broken behind this column of its cell, and never in its control sequence
+    int lines;   // of the screen
+};
+
+// Lines of the screen of the second line of a wide row, which begins with a blank.
+int secondlines(const menurow& row)
+{
+    const int sequence = static_cast<int>(escape::red.size());
+    return screenlines(1 + sequence + textwidth(row.ii + 1) - row.broken);
+}
+
+int rowlines(const menurow& row)
+{
+    if (row.wide) return 1 + secondlines(row);
+    if (row.count == 0 || cellsperline(row.count) < row.count) return 1;
+    int lines = 0;
+    for (int k = row.ii + 1; k <= row.ii + row.count; ++k) {
+        lines += screenlines(textwidth(k));
+        k = lastbeside(k, row.ii + row.count);
+    }
+    return lines;
+}
+
+// Calls `each` for every row.
+template <typename action>
+void foreachrow(const menu& m, action each)
+{
+    menurow row{0, 0, false, std::max(m.npl_i - 3, 5), 0};
+    for (int r = 1; r <= m.iz; ++r) {
+        row.count = scrd.lpart(r);
+        row.wide = row.count == 1 && row.ii < 64 && scrd.laenge(row.ii + 1) > m.npl_i;
+        row.lines = rowlines(row);
+        each(row);
+        row.ii += row.count;
+    }
+}
+
+// Writes entries first..last side by side. Blanks of their cells beyond the edge of the terminal
+// are left out, as they would take a line of the screen more.
+void drawline(int unit, int first, int last)
+{
+    int room = screenlines(textwidth(first)) * term.ncol(1);
+    for (int k = first; k <= last; ++k) {
+        const int sequence = sequencelength(k);
+        const int width = std::clamp(scrd.laenge(k), 0, std::clamp(sequence + room, 0, 132));
+        writepart(unit, scrd.type(k)(1, width));
+        room -= width - sequence;
+    }
+    writerecord(unit, {});
+}
+
+// Writes a wide row.
+void drawwide(int unit, const menurow& row)
+{
+    const text<132>& type = scrd.type(row.ii + 1);
+    const int end = row.broken + secondlines(row) * term.ncol(1) - 1;
+    writerecord(unit, {type(1, row.broken)});
+    writerecord(unit, {" ", type(row.broken + 1, std::clamp(end, row.broken, 132))});
+}
+
 // Writes the rows to a channel and returns the count of lines, as the menu counts them.
 int drawrows(const menu& m, int unit)
 {
     int lines = 0;
-    foreachrow(m, [&](int r, int ii, bool wide) {
-        const int count = scrd.lpart(r);
-        if (ii >= 64 - count) return;  // so the row that holds entry 64 is never drawn
-        if (wide) {
-            const int broken = std::max(m.npl_i - 3, 0);
-            const text<132>& type = scrd.type(ii + 1);
-            writerecord(unit, {type(1, broken)});
-            writerecord(unit, {" ", type(broken + 1, 132)});
-            lines += 2;
-            return;
+    foreachrow(m, [&](const menurow& row) {
+        const int last = row.ii + row.count;
+        if (last >= 64) return;  // so the row that holds entry 64 is never drawn
+        lines += row.lines;
+        if (row.wide) return drawwide(unit, row);
+        if (row.count == 0) writerecord(unit, {});
+        const int step = cellsperline(row.count);
+        for (int k = row.ii + 1, end = 0; k <= last; k = end + 1) {
+            end = lastbeside(k, std::min(k + step - 1, last));
+            drawline(unit, k, end);
         }
-        const int step = cellsperline(count);
-        int k = ii + 1;
-        do {
-            drawline(unit, k, std::min(k + step - 1, ii + count));
-            k += step;
-        } while (k <= ii + count);
-        ++lines;
     });
     return lines;
 }
@@ -292,7 +363,35 @@ void drawseparator(menu& m)
     ++m.iwrl;
 }
 
-// A key, or a typed text of which the key is the first character.
+// Reads the rest of a typed text, of which the key was the first character.
+void readrest(menu& m, int code)
+{
+    text<132> rest;
+    const bool any = readrecord(nrd, rest);
+    if (any && endedinplace() && !inputended() && !keyahead()) {
+        freshline(nwr, term.ncol(1));
+        m.afresh = moreahead();  // with further line ends, which may have moved the cursor
+    } else if (endedinplace()) {
+        writerecord(nwr, {any ? " " : ""});
+    }
+    const cstring title(m.cheader.trimmed());
+    if (!any) stop("end of input in an answer to the menu \"%s\"", title.ch);
+    m.ch132(1) = static_cast<char>(code);
+    m.ch132.put(2, 132, rest.all());
+    if (isatty(STDIN_FILENO)) m.echo = m.ch132.length();
+}
+
+// A terminal that has been made narrower has broken the lines of the menu.
+void noteresize(menu& m)
+{
+    int rows = 0, columns = 0;
+    sizenow(rows, columns);
+    if (columns >= m.columns) return;
+    window(1);
+    m.afresh = true;
+}
+
+// A key, or a typed text.
 void readkey(menu& m)
 {
     const int code = key();
@@ -308,16 +407,15 @@ void readkey(menu& m)
     } else if (code == keyenter) {
         writerecord(nwr, {" "});
     } else {
-        text<132> rest;
-        if (!readrecord(nrd, rest)) stop("end of input in an answer to the menu \"%s\"", title.ch);
-        m.ch132(1) = static_cast<char>(code);
-        m.ch132.put(2, 132, rest.all());
+        readrest(m, code);
     }
+    noteresize(m);
 }
 
 void readanswer(menu& m)
 {
     m.ch132 = text<132>();
+    m.echo = 0;
     if (m.lq < 2) drawseparator(m);
     else if (m.go != 'g') readkey(m);
 }
@@ -331,32 +429,35 @@ void recordchoice(const menu& m)
     writerecord(nscript, {line(1, std::max(m.npx, 5))});
 }
 
-// Wipes the answer line; the cursor stands on it again.
+// Wipes the answer line, or lines; the cursor stands on it again.
 void wipeanswer(const menu& m)
 {
-    cursorup(escape::up2);
-    writerecord(nwr, {blanks(m.npx)});
-    cursorup(escape::up2);
+    const int width = m.echo > m.npx ? term.ncol(1) : m.npx;
+    for (int lines = screenlines(m.echo); lines > 0; --lines) {
+        cursorup(nwr, escape::up2);
+        writerecord(nwr, {blanks(width)});
+        cursorup(nwr, escape::up2);
+    }
 }
 
 // Wipes the rows from the bottom up; the cursor then stands where the first row goes. The bound
 // differs from the drawing's, and both are kept.
 void wiperows(menu& m)
 {
-    const auto climb = [&m](int, int ii, bool wide) {
-        if (ii + 1 >= 64) return;
-        cursorup(wide ? escape::up3 : escape::up2);
-        m.iwrl -= wide ? 2 : 1;
+    const auto climb = [&m](const menurow& row) {
+        if (row.ii + 1 >= 64) return;
+        int lines = row.lines;
+        for (; lines > 1; lines -= 2) cursorup(nwr, escape::up3);
+        if (lines > 0) cursorup(nwr, escape::up2);
+        m.iwrl -= row.lines;
     };
-    cursorup(escape::up2);
+    cursorup(nwr, escape::up2);
     --m.iwrl;
     foreachrow(m, climb);
-    foreachrow(m, [&m](int, int ii, bool wide) {
-        if (ii + 1 >= 64) return;
-        for (int line = wide ? 2 : 1; line > 0; --line) {
-            writerecord(nwr, {blanks(m.npl_i)});
-            ++m.iwrl;
-        }
+    foreachrow(m, [&m](const menurow& row) {
+        if (row.ii + 1 >= 64) return;
+        for (int line = row.lines; line > 0; --line) writerecord(nwr, {blanks(m.npl_i)});
+        m.iwrl += row.lines;
     });
     foreachrow(m, climb);
 }
@@ -382,7 +483,8 @@ step decide(menu& m)
         return step::done;
     }
     if (chh != ' ') {
-        wiperows(m);
+        if (m.afresh) layout(m);
+        else wiperows(m);
         m.jq = 0;
         return step::again;
     }
@@ -533,11 +635,22 @@ void showmarkup(display& d)
 
 int screenrows(const display& d) { return std::max(1, (d.line.length() + d.width - 1) / d.width); }
 
-void pause(display& d)
+// Waits for Enter below a page. On a terminal a word tells of text that follows, and is
+// wiped again.
+void pause(display& d, bool follows)
 {
+    const std::string_view word =
+        std::string_view(" Enter shows more").substr(0, static_cast<std::size_t>(d.width - 1));
+    const bool tells = follows && isatty(STDIN_FILENO);
+    if (tells) writepart(nwr, word), writepart(nwr, "\r");
     text<80> answer;
     if (!readrecord(nrd, answer)) stop("end of input at a page of the help text");
-    cursorup(escape::up2);
+    if (endedinplace()) writerecord(nwr, {" "});
+    cursorup(nwr, escape::up2);
+    if (tells) {
+        writerecord(nwr, {blanks(static_cast<int>(word.size()))});
+        cursorup(nwr, escape::up2);
+    }
     if (answer(1) == 'q' || answer(1) == '*') d.afresh = true;
 }
 
@@ -570,7 +683,7 @@ bool showtext(display& d)
         }
         if (d.line(1) == '/') break;
         full = showpage(d, more);
-        pause(d);
+        pause(d, full && more && (d.line(1) != '/' || d.line.begins("/>")));
     }
     return true;
 }
@@ -749,7 +862,8 @@ void helproutine(const text<132>& chcom, const text<132>& helpfile)
     window(1);
     display d;
     d.width = std::clamp(term.ncol(1), 1, 132);
-    d.page = std::max(term.nrows(1) - 1, 1);
+    const int rows = term.nrows(1) > 0 ? term.nrows(1) : 24;  // 0: the terminal does not know
+    d.page = std::max(rows - 1, 1);
     d.key = chcom;
     const cstring name(helpfile.trimmed());
     if (name[0] == '\0' || !d.file.open(name) || d.key.blank()) {

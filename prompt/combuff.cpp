@@ -8,6 +8,7 @@
 #include "base/printable.h"
 #include "help/comhelp.h"
 #include "terminal/escape.h"
+#include "terminal/key.h"
 #include "terminal/readalinef.h"
 
 namespace {
@@ -36,9 +37,6 @@ question openquestion(text<132>& querytype, std::int32_t ncol)
     return q;
 }
 
-// Puts the cursor at the start of a line further up, where the next output overwrites.
-void cursorup(std::int32_t nwr, std::string_view lines) { writerecord(nwr, {" ", lines}); }
-
 // Wipes the question and the answer line; the cursor ends at the start of the question line.
 void redraw(std::int32_t nwr, std::int32_t width)
 {
@@ -58,6 +56,7 @@ text<132> readanswer(const question& q, std::int32_t nrd, std::int32_t nwr)
 {
     text<132> ch132;
     if (!readrecord(nrd, ch132)) stopatquestion(q);
+    if (endedinplace()) writerecord(nwr, {" "});
     cursorup(nwr, escape::up2);
     lc_character(ch132);
     return ch132;

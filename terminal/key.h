@@ -49,22 +49,6 @@ void window(const std::int32_t& n);
 /// is not known. `term` is left alone.
 void sizenow(int& rows, int& columns);
 
-/// Key mode on: standard input delivers each byte at once, and "#" raises the interrupt signal in
-/// place of Ctrl-C. The settings found are kept for `reset_keypress`. In the background the program
-/// stops here until it has the terminal; where nothing can stop it, the settings stay as they are.
-/// From the first call on every signal that ends or stops the program gives the terminal back
-/// first; after a stop key mode is set again. Does nothing where standard input is no terminal.
-void set_keypress();
-
-/// Key mode off: the kept settings are in force again.
-void reset_keypress();
-
-/// The same care for line editing, which has settings of its own: to be called before it reads and
-/// changes the terminal's settings, and after it has put them back. False if the terminal belongs
-/// to another job, and must be left alone.
-bool guardsettings();
-void settingsback();
-
 /// What `key` returns for Enter and for the cursor keys of an ANSI terminal.
 constexpr int keyenter = 64, keyup = -65, keydown = -66, keyright = -67, keyleft = -68;
 
@@ -73,6 +57,17 @@ constexpr int keyenter = 64, keyup = -65, keydown = -66, keyright = -67, keyleft
 /// (down), -67 (right) and -68 (left); -1 at the end of input (`inputended` then holds).
 /// The terminal is in key mode only during the call.
 int key();
+
+/// Notes that what is waiting in the input now has been echoed already: it was typed ahead. `key`
+/// does so at its start and its end; line editing has to before it puts its settings back.
+void noteahead();
+
+/// What was typed ahead, on a terminal; see terminal/escape.h. True if there is still some of it;
+/// if the last key was so before `key` waited for it; if the end of the line just read was, or if
+/// Ctrl-D ended it, so that no line break came after what the program wrote last.
+bool moreahead();
+bool keyahead();
+bool endedinplace();
 
 /// Copies the environment values into `path`. A value longer than its field runs on into the
 /// following ones, never past the end of the record; an unset variable leaves its field empty.

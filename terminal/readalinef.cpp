@@ -3,15 +3,17 @@
 
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
+#include <string_view>
 
 #include <readline/history.h>
 #include <readline/readline.h>
 
 #include "base/channel.h"
 #include "terminal/key.h"
+#include "terminal/settings.h"
 
 namespace {
 
@@ -30,14 +32,42 @@ void prepareterminal(int meta)
 
 void restoreterminal()
 {
+    noteahead();
     rl_deprep_terminal();
     settingsback();
 }
 
+// Commands that no key may give. In vi mode the editor does not come back from some moves over
+// bytes that are no letters (found by fuzzing), whichever key gives them. Tried as ways into it, by
+// their own keys and by those of an inputrc: vi-editing-mode (M-C-j, M-C-m), every other "vi-"
+// command, re-read-init-file (C-x C-r) with "set editing-mode vi", macros of them, and
+// execute-named-command (M-x), which newer editors have. C-e of vi mode leads out of it only.
+bool refused(rl_command_func_t* command)
+{
+    for (int i = 0; funmap[i] != nullptr; ++i) {
+        const std::string_view name = funmap[i]->name;
+        if (funmap[i]->function == command &&
+            (name.starts_with("vi-") || name == "re-read-init-file" ||
+             name == "execute-named-command")) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// Takes them from all keys of a keymap, and of those that its prefixes lead to.
+void takekeys(Keymap keys)
+{
+    for (int key = 0; key < KEYMAP_SIZE; ++key) {
+        rl_command_func_t*& command = keys[key].function;
+        if (keys[key].type == ISKMAP) takekeys(reinterpret_cast<Keymap>(command));
+        else if (keys[key].type == ISFUNC && refused(command)) command = nothingdone;
+    }
+}
+
 // The line editor's settings, after those of the user: a paste of several answers must not be taken
 // as one, in no locale are letters beyond ASCII commands, and a TAB in a formula must not list
-// files. The keys are those of emacs: in its other mode the editor does not come back from some
-// moves over bytes that are no letters (found by fuzzing).
+// files. The keys are those of emacs.
 void prepareediting()
 {
     if (!isatty(STDIN_FILENO)) rl_getc_function = nextbyte;
@@ -52,8 +82,7 @@ void prepareediting()
     rl_variable_bind("convert-meta", "off");
     rl_variable_bind("output-meta", "on");
     rl_variable_bind("editing-mode", "emacs");
-    Keymap meta = rl_get_keymap_by_name("emacs-meta");
-    for (const char letter : {'J', 'M'}) rl_bind_key_in_map(letter & 31, nothingdone, meta);
+    takekeys(emacs_standard_keymap);
     rl_completion_entry_function = nothing;
 }
 
@@ -89,6 +118,9 @@ void viewdvi(const char* dvifile)
     }
     writerecord(6, {" ", command});
     flushoutput();
-    // A missing viewer leaves the shell's own line on the screen; there is nothing else to do.
-    if (std::system(command) < 0) writerecord(6, {" no shell for the document viewer"});
+    // A missing viewer leaves the shell's own line on the screen; there is nothing else to do. No
+    // child to wait for is no fault: the parent of the program has SIGCHLD ignored.
+    if (std::system(command) < 0 && errno != ECHILD) {
+        writerecord(6, {" no shell for the document viewer"});
+    }
 }

@@ -4,6 +4,7 @@
 
 #include <poll.h>
 #include <pty.h>
+#include <sched.h>
 #include <utmp.h>
 #include <vterm.h>
 
@@ -45,12 +46,12 @@ struct screen {
         vterm_set_size(emulated, rows = height, columns = width);
     }
 
-    // Types `keys`, each line, cursor key and Ctrl-Z when the program waits for it.
+    // Types `keys`, each line, cursor key, Ctrl-Z and Ctrl-D when the program waits for it.
     screen& type(std::string keys)
     {
         std::replace(keys.begin(), keys.end(), '\n', '\r');  // as the Return key sends it
         for (std::size_t at = 0, size; at < keys.size() && !ended(); at += size) {
-            size = std::min(keys.find_first_of("\r\032", at), keys.size()) - at;
+            size = std::min(keys.find_first_of("\r\032\004", at), keys.size()) - at;
             if (keys[at] == '\033') size = 3;
             else if (keys[at + size] == '\r' || size == 0) ++size;
             EXPECT_EQ(write(master, &keys[at], size), static_cast<ssize_t>(size));
@@ -139,6 +140,7 @@ struct screen {
         close(master);
         login_tty(slave);
         signal(SIGTTOU, SIG_IGN);  // for tcsetpgrp from the background
+        if (before == ": container") unshare(CLONE_NEWUSER | CLONE_NEWPID);  // fork: process 1
         if (fork() == 0) {
             setpgid(0, 0);
             tcsetpgrp(0, getpid());

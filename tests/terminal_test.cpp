@@ -19,6 +19,7 @@ TEST(Terminal, Cases)
     cases("screens.txt", {
         {"runs", [](auto& c) {
             screen s(c[0] == "0" ? 0 : 60, c.integer(0), c[2].empty() ? "true" : c[2]);
+            if (c[0].size() > 4) s.resize(60, std::stoi(c[0].substr(3)));
             s.type(c[1]);
             const auto text = [&s] { return s.shown() + "|" + s.marked(); };
             // A shell tells of the end of a job at a prompt to come, when another child has ended.
@@ -29,9 +30,15 @@ TEST(Terminal, Cases)
         }},
         // Also where the screen is full.
         {"inplace", [](auto& c) {
-            screen s(c.integer(0), 80);
+            screen s(c.integer(0), std::stoi(c[0].substr(2)));
             const std::string before = s.type(c[1]).shown();
             for (int i = 0; i < 25; ++i) ASSERT_EQ(s.type("\033[B\033[A").shown(), before);
+        }},
+        {"pasted", [](auto& c) {
+            screen s(60, 80);
+            EXPECT_EQ(write(s.master, c[0].data(), c[0].size()), ssize_t(c[0].size()));
+            s.settle();
+            c.expectin(s.type(c[1]).shown(), 2);
         }},
         {"waits", [](auto& c) {
             for (int signal : {SIGINT, SIGQUIT, SIGTERM, SIGHUP, SIGPIPE, SIGALRM, SIGUSR1, SIGUSR2,
