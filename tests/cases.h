@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // tests/cases.h: tables of cases, out of the text files in tests/cases.
 //
-// One case is one line, its fields separated by " | "; blanks around a field count only inside
-// double quotes. \n, \r, \t, \e (escape) and octal codes such as \0 or \177 stand for those
-// characters, any other character behind "\" for itself, {3*ab} for ababab. "#" at the start of a
-// line, or behind two blanks, begins a comment; [name] a section, which has a check of its own.
+// One case is one row of fields separated by " | "; blanks around a field count only inside double
+// quotes. A row goes on in the next line behind a "\" at its end; blanks ahead of what follows do not
+// count. \n, \r, \t, \e (escape) and octal codes such as \0 or \177 mean those characters, \u the
+// line " \e[2A\n", any other character behind "\" itself, and {3*ab} means ababab. "#" at the start
+// of a line, or behind two blanks, begins a comment; [name] a section, which has a check of its own.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -17,24 +18,43 @@
 
 inline std::string unescaped(std::string_view from)
 {
-    static const std::map<char, char> letters{{'n', '\n'}, {'r', '\r'}, {'t', '\t'}, {'e', '\033'}};
+    static const std::map<char, std::string> letters{
+        {'n', "\n"}, {'r', "\r"}, {'t', "\t"}, {'e', "\033"}, {'u', " \033[2A\n"}};
     std::string to;
     for (std::size_t i = 0, used; i < from.size(); i += used) {
         used = 1;
         if (from[i] == '{') {
-            const auto star = from.find('*', i), end = std::min(from.find('}', i), from.size());
+            const auto star = from.find_first_not_of("0123456789", i + 1), end = from.find('}', i);
+            if (star == i + 1 || star >= end || end == from.npos || from[star] != '*') {
+                ADD_FAILURE() << "no count, \"*\" and \"}\" behind a \"{\", for which \\{ is to be written";
+                return to;
+            }
             const std::string part = unescaped(from.substr(star + 1, end - star - 1));
             for (int n = std::stoi(std::string(from.substr(i + 1))); n > 0; --n) to += part;
             used = end - i + 1;
-        } else if (from[i] != '\\') {
+        } else if (from[i] != '\\' || i + 1 == from.size()) {
             to += from[i];
         } else if (const char c = from[++i]; c >= '0' && c <= '7') {
             to += static_cast<char>(std::stoi(std::string(from.substr(i, 3)), &used, 8));
         } else {
-            to += letters.contains(c) ? letters.at(c) : c;
+            to += letters.contains(c) ? letters.at(c) : std::string(1, c);
         }
     }
     return to;
+}
+
+// The text with its control characters as a table has them, but for the ends of lines.
+inline std::string visible(const std::string& text)
+{
+    std::string shown;
+    for (const char c : text) {
+        char code[5]{c};
+        if (c == '\177' || (c >= 0 && c < ' ' && c != '\n')) {
+            snprintf(code, sizeof code, c == '\033' ? "\\e" : "\\%03o", c);
+        }
+        shown += code;
+    }
+    return shown;
 }
 
 struct row : std::vector<std::string> {
@@ -56,16 +76,26 @@ struct row : std::vector<std::string> {
     int integer(std::size_t i) const { return static_cast<int>(number(i)); }
 
     // Expects the fields from i on in `text`, each behind the one before; what stands behind a "!"
-    // is not to be there. "<" and ">" are the start and the end of the text.
+    // is not to be there. "<" and ">" are the start and the end of the text. At least one is
+    // expected, and where a fatal message ends the text, the last one in that.
     void expectin(std::string text, std::size_t i) const
     {
+        EXPECT_GT(size(), i) << "the row expects nothing";
         text = "<" + text + ">";
-        for (std::size_t from = 0; i < size(); ++i) {
-            const std::string part = at(i).substr(at(i).starts_with('!'));
+        std::size_t from = 0;
+        for (; i < size(); ++i) {
+            const bool wanted = !at(i).starts_with('!');
+            const std::string part = at(i).substr(wanted ? 0 : 1);
             const std::size_t found = text.find(part, from);
-            EXPECT_EQ(found == text.npos, part.size() < at(i).size()) << at(i) << "\nin\n" << text;
-            if (found != text.npos) from = found + part.size();
+            if (part.empty() || wanted == (found == text.npos)) {
+                ADD_FAILURE() << "field " << i + 1 << (wanted ? ", wanted: " : ", not wanted: ")
+                              << visible(part) << "\nin\n" << visible(text.substr(from));
+            }
+            if (wanted && found != text.npos) from = found + part.size();
         }
+        const std::size_t fatal = text.rfind("attenuation: ");
+        const bool ends = fatal != text.npos && text.find('\n', fatal) == text.size() - 2;
+        if (ends && from <= fatal) ADD_FAILURE() << "no field for " << text.substr(fatal);
     }
 };
 
@@ -75,13 +105,18 @@ inline void cases(const std::string& name,
                   const std::map<std::string, std::function<void(const row&)>>& checks)
 {
     std::ifstream in(CASES_DIR "/" + name);
-    std::string line, section;
-    int number = 1;
-    for (; std::getline(in, line); ++number) {
-        const testing::ScopedTrace at(name.c_str(), number, line);
+    std::string line, section, more;
+    int number = 0;
+    while (++number, std::getline(in, line)) {
+        const int first = number;
+        for (; line.ends_with('\\') && std::getline(in, more); ++number) {
+            line.replace(line.size() - 1, 1, more, std::min(more.find_first_not_of(' '), more.size()));
+        }
+        const testing::ScopedTrace at(name.c_str(), first, line);
         if (line.empty() || line[0] == '#') continue;
-        if (line.front() != '[' || line.back() != ']') checks.at(section)(row(line));
-        else section = line.substr(1, line.size() - 2);
+        if (line.front() == '[' && line.back() == ']') section = line.substr(1, line.size() - 2);
+        else if (!checks.contains(section)) ADD_FAILURE() << "no check for section " << section;
+        else checks.at(section)(row(line));
     }
     EXPECT_GT(number, 9) << name;
 }
