@@ -107,7 +107,7 @@ private:
     bool needed = false;             // opened as a table: a read error is fatal
     std::size_t start = 0;           // place of the block in the file
     std::size_t at = 0, filled = 0;  // next byte of the block, and its end
-    char block[16384];  // of the sizes tried the one that makes a dialogue shortest
+    char block[16384];               // of the sizes tried the one that makes a dialogue shortest
 
     bool fill();
     bool findline(std::string_view wanted, std::size_t end);

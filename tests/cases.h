@@ -26,7 +26,7 @@ inline std::string unescaped(std::string_view from)
         if (from[i] == '{') {
             const auto star = from.find_first_not_of("0123456789", i + 1), end = from.find('}', i);
             if (star == i + 1 || star >= end || end == from.npos || from[star] != '*') {
-                ADD_FAILURE() << "no count, \"*\" and \"}\" behind a \"{\", for which \\{ is to be written";
+                ADD_FAILURE() << "behind { belong a count, * and }; { itself is written \\{";
                 return to;
             }
             const std::string part = unescaped(from.substr(star + 1, end - star - 1));
@@ -89,7 +89,8 @@ struct row : std::vector<std::string> {
             const std::size_t found = text.find(part, from);
             if (part.empty() || wanted == (found == text.npos)) {
                 ADD_FAILURE() << "field " << i + 1 << (wanted ? ", wanted: " : ", not wanted: ")
-                              << visible(part) << "\nin\n" << visible(text.substr(from));
+                              << visible(part) << "\nin\n"
+                              << visible(text.substr(from));
             }
             if (wanted && found != text.npos) from = found + part.size();
         }
@@ -101,8 +102,8 @@ struct row : std::vector<std::string> {
 
 // Reads the file and hands each case to the check of its section, "" ahead of the first. What fails
 // names the line.
-inline void cases(const std::string& name,
-                  const std::map<std::string, std::function<void(const row&)>>& checks)
+using checks = std::map<std::string, std::function<void(const row&)>>;
+inline void cases(const std::string& name, const checks& check)
 {
     std::ifstream in(CASES_DIR "/" + name);
     std::string line, section, more;
@@ -110,13 +111,14 @@ inline void cases(const std::string& name,
     while (++number, std::getline(in, line)) {
         const int first = number;
         for (; line.ends_with('\\') && std::getline(in, more); ++number) {
-            line.replace(line.size() - 1, 1, more, std::min(more.find_first_not_of(' '), more.size()));
+            line.pop_back();
+            line += more.substr(std::min(more.find_first_not_of(' '), more.size()));
         }
         const testing::ScopedTrace at(name.c_str(), first, line);
         if (line.empty() || line[0] == '#') continue;
         if (line.front() == '[' && line.back() == ']') section = line.substr(1, line.size() - 2);
-        else if (!checks.contains(section)) ADD_FAILURE() << "no check for section " << section;
-        else checks.at(section)(row(line));
+        else if (!check.contains(section)) ADD_FAILURE() << "no check for section " << section;
+        else check.at(section)(row(line));
     }
     EXPECT_GT(number, 9) << name;
 }

@@ -64,5 +64,6 @@ TEST(HelpFile, HasEveryKeyAndLink)
         EXPECT_TRUE(opens ? std::filesystem::exists(file) : keys.contains(link)) << link;
     }
     // No entry is out of reach. The program asks for all others, as the dialogues show.
-    for (const auto& key : keys) EXPECT_TRUE(!key.starts_with("about/") || links.contains(key)) << key;
+    for (const auto& key : keys)
+        EXPECT_TRUE(!key.starts_with("about/") || links.contains(key)) << key;
 }

@@ -57,7 +57,10 @@ struct screen {
         return *this;
     }
     // To the foreground job, if there is one: 0 and -1 would mean others.
-    void send(int signal) const { if (pid_t job = tcgetpgrp(master); job > 1) kill(job, signal); }
+    void send(int signal) const
+    {
+        if (pid_t job = tcgetpgrp(master); job > 1) kill(job, signal);
+    }
 
     // The lines on the screen, without the blanks at their ends; or all that is red there.
     std::string shown(bool red = false) const
@@ -111,7 +114,10 @@ struct screen {
         return false;
     }
     // The exit status, or -1 if there is no end.
-    int end() { return until([this] { return ended(); }), status; }
+    int end()
+    {
+        return until([this] { return ended(); }), status;
+    }
 
     // Waits until all that was typed has been read, and the program, or the shell at its prompt,
     // waits for more; or until it has ended. A poll moves what is on its way to the slave there.
@@ -134,7 +140,8 @@ struct screen {
         const std::string command =
             "export TANOHEPATH=. TERM=xterm INPUTRC=/dev/null PATH=\"${0%/*}:$PATH\"; ulimit -c 0;"
             " shell() { PS1='$ ' exec bash --norc --noprofile -i; };"
-            " cd '" DATA_DIR "'; " + before + "; exec \"$0\"";
+            " cd '" DATA_DIR "'; " +
+            before + "; exec \"$0\"";
         close(master);
         login_tty(slave);
         signal(SIGTTOU, SIG_IGN);  // for tcsetpgrp from the background

@@ -23,8 +23,9 @@ inline const int surroundings = [] {
     sigset_t none;
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);
-    for (auto name : {"BASH_ENV", "COLUMNS", "ENV", "LINES", "POSIXLY_CORRECT", "PROMPT_COMMAND",
-                      "SHELLOPTS", "TMOUT"}) unsetenv(name);
+    constexpr const char* others[] = {"BASH_ENV",       "COLUMNS",   "LINES", "POSIXLY_CORRECT",
+                                      "PROMPT_COMMAND", "SHELLOPTS", "TMOUT"};
+    for (const char* name : others) unsetenv(name);
     setenv("LC_ALL", "C", 1);
     setenv("TERM", "dumb", 1);
     const char* const tools = getenv("PATH");
