@@ -24,8 +24,8 @@ inline std::string unescaped(std::string_view from)
     for (std::size_t i = 0, used; i < from.size(); i += used) {
         used = 1;
         if (from[i] == '{') {
-            const auto star = from.find_first_not_of("0123456789", i + 1), end = from.find('}', i);
-            if (star == i + 1 || star >= end || end == from.npos || from[star] != '*') {
+            const auto star = from.find('*', i), end = from.find('}', i);
+            if (from[i + 1] > '9' || star > end || end == from.npos) {
                 ADD_FAILURE() << "behind { belong a count, * and }; { itself is written \\{";
                 return to;
             }
@@ -43,18 +43,11 @@ inline std::string unescaped(std::string_view from)
     return to;
 }
 
-// The text with its control characters as a table has them, but for the ends of lines.
-inline std::string visible(const std::string& text)
+// The text with \e for the escape character, so that a message leaves the screen alone.
+inline std::string visible(std::string text)
 {
-    std::string shown;
-    for (const char c : text) {
-        char code[5]{c};
-        if (c == '\177' || (c >= 0 && c < ' ' && c != '\n')) {
-            snprintf(code, sizeof code, c == '\033' ? "\\e" : "\\%03o", c);
-        }
-        shown += code;
-    }
-    return shown;
+    for (std::size_t i = 0; (i = text.find('\033', i)) != text.npos;) text.replace(i, 1, "\\e");
+    return text;
 }
 
 struct row : std::vector<std::string> {

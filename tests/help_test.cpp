@@ -52,7 +52,9 @@ TEST(Help, Cases)
         std::rewind(script);
         c.expectin(said([&] { menu(c); }, c[2]), 4);
     };
-    check["file"] = [](auto& c) { std::ofstream("attenuation.help") << c[0]; };
+    check["file"] = [](auto& c) {
+        std::ofstream(c.size() > 1 ? c[1] : "attenuation.help") << c[0];
+    };
     check["pages"] = [](auto& c) {
         scrd.queryar(1) = "the caller's";
         scrd.helpar(1) = "c";
