@@ -2,10 +2,10 @@
 // tests/cases.h: tables of cases, out of the text files in tests/cases.
 //
 // One case is one row of fields separated by " | "; blanks around a field count only inside double
-// quotes. A row goes on in the next line behind a "\" at its end; blanks ahead of what follows do not
+// quotes. A row goes on in the next line after a "\" at its end; blanks ahead of what follows do not
 // count. \n, \r, \t, \e (escape) and octal codes such as \0 or \177 mean those characters, \u the
 // line " \e[2A\n", any other character behind "\" itself, and {3*ab} means ababab. "#" at the start
-// of a line, or behind two blanks, begins a comment; [name] a section, which has a check of its own.
+// of a line, or after two blanks, begins a comment; [name] a section, which has a check of its own.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -68,7 +68,7 @@ struct row : std::vector<std::string> {
     float number(std::size_t i) const { return std::strtof((*this)[i].c_str(), nullptr); }
     int integer(std::size_t i) const { return static_cast<int>(number(i)); }
 
-    // Expects the fields from i on in `text`, each behind the one before; what stands behind a "!"
+    // Expects the fields from i on in `text`, each after the one before; what follows a "!"
     // is not to be there. "<" and ">" are the start and the end of the text. At least one is
     // expected, and where a fatal message ends the text, the last one in that.
     void expectin(std::string text, std::size_t i) const
