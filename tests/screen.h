@@ -114,10 +114,7 @@ struct screen {
         return false;
     }
     // The exit status, or -1 if there is no end.
-    int end()
-    {
-        return until([this] { return ended(); }), status;
-    }
+    int end() { return until(std::bind_front(&screen::ended, this)), status; }
 
     // Waits until all that was typed has been read, and the program, or the shell at its prompt,
     // waits for more; or until it has ended. A poll moves what is on its way to the slave there.
@@ -139,7 +136,9 @@ struct screen {
     {
         const std::string command =
             "export TANOHEPATH=. TERM=xterm INPUTRC=/dev/null PATH=\"${0%/*}:$PATH\"; ulimit -c 0;"
-            " shell() { PS1='$ ' exec bash --norc --noprofile -i; };"
+            " shell() { exec env -i TANOHEPATH=. TERM=xterm INPUTRC=/dev/null PATH=\"$PATH\" "
+            "LC_ALL=C"
+            " PS1='$ ' bash --norc --noprofile -i; };"
             " cd '" DATA_DIR "'; " +
             before + "; exec \"$0\"";
         close(master);
