@@ -27,24 +27,6 @@ std::FILE* script()
     return scriptstream;
 }
 
-// A line on its way into columns 1..n: collects what fits and pads the rest.
-struct linefield {
-    char* to;
-    std::size_t n;
-    std::size_t length = 0;  // of the whole line, also beyond column n
-
-    void add(std::string_view part)
-    {
-        if (length < n) part.copy(to + length, n - length);
-        length += part.size();
-    }
-    void finish()
-    {
-        if (length > 0 && length <= n && to[length - 1] == '\r') --length;
-        if (length < n) std::memset(to + length, ' ', n - length);
-    }
-};
-
 }  // namespace
 
 void openchannels()
@@ -73,7 +55,7 @@ void await(int fd, short event)
 
 }  // namespace
 
-bool writeout()
+bool tryflush()
 {
     std::size_t written = 0;
     while (written < ncollected) {
@@ -89,7 +71,7 @@ bool writeout()
 
 void flushoutput()
 {
-    if (ncollected == 0 || writeout()) return;
+    if (ncollected == 0 || tryflush()) return;
     if (errno == EPIPE) std::_Exit(EXIT_FAILURE);  // the reader has gone: nobody to tell
     stop("standard output cannot be written: %s", std::strerror(errno));
 }
@@ -99,7 +81,7 @@ void connectscript(std::FILE* stream) { scriptstream = stream; }
 namespace {
 
 // Reads one byte; -1 at the end of input.
-int readbyte()
+int rawbyte()
 {
     unsigned char c = 0;
     for (;;) {
@@ -110,17 +92,17 @@ int readbyte()
     }
 }
 
-int heldbyte = -1;  // read while looking behind a carriage return
+int heldbyte = -1;  // read while looking after a carriage return
 
 }  // namespace
 
 int inputbyte()
 {
     flushoutput();
-    int c = heldbyte >= 0 ? heldbyte : readbyte();
+    int c = heldbyte >= 0 ? heldbyte : rawbyte();
     heldbyte = -1;
     if (c == '\r' && !isatty(STDIN_FILENO)) {
-        const int next = readbyte();
+        const int next = rawbyte();
         if (next == '\n') c = next;
         else heldbyte = next;
     }
@@ -130,7 +112,7 @@ int inputbyte()
 
 bool inputended() { return ended; }
 
-void noteinputend(bool end) { ended = end; }
+void setinputended(bool end) { ended = end; }
 
 bool readrecord(int unit, char* to, int n)
 {
@@ -165,114 +147,3 @@ void writerecord(int unit, std::initializer_list<std::string_view> parts)
 std::string_view blanks(int n) { return blank132(1, std::clamp(n, 0, 132)); }
 
 std::string_view dashes(int n) { return dash132(1, std::clamp(n, 0, 132)); }
-
-bool infile::open(const char* filename)
-{
-    close();
-    needed = false;
-    name = filename;
-    // Without waiting for a writer if the name turns out to be a named pipe.
-    fd = ::open(filename, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (fd < 0) return false;
-    struct stat found {};
-    if (fstat(fd, &found) == 0 && S_ISREG(found.st_mode)) return true;
-    close();
-    errno = S_ISDIR(found.st_mode) ? EISDIR : EINVAL;
-    return false;
-}
-
-void infile::opentable(const char* filename)
-{
-    needed = open(filename);
-    if (needed) return;
-    const int error = errno;
-    char room[256];
-    const char* const directory = getcwd(room, sizeof room);
-    stop("%s: cannot be read in %s: %s%s", filename, directory ? directory : "this directory",
-         std::strerror(error), error == ENOENT ? "; start ./run, or start in data/" : "");
-}
-
-void infile::close()
-{
-    if (fd >= 0) ::close(fd);
-    fd = -1;
-    rewind();
-}
-
-// Reads the next block. False at the end of the file, and where reading fails if the program can do
-// without the rest.
-bool infile::fill()
-{
-    start += filled;
-    at = filled = 0;
-    ssize_t count = 0;
-    do {
-        count = pread(fd, block, sizeof block, static_cast<off_t>(start));
-    } while (count < 0 && errno == EINTR);
-    if (count < 0 && needed) stop("%s: cannot be read on: %s", name, std::strerror(errno));
-    if (count > 0) filled = static_cast<std::size_t>(count);
-    return count > 0;
-}
-
-bool infile::next(char* to, int n)
-{
-    linefield line{to, static_cast<std::size_t>(n)};
-    bool any = false, whole = false;
-    while (!whole && (at < filled || fill())) {
-        const std::string_view rest(block + at, filled - at);
-        const std::size_t count = std::min(rest.find('\n'), rest.size());
-        whole = count < rest.size();
-        line.add(rest.substr(0, count));
-        at += count + (whole ? 1 : 0);
-        any = true;
-    }
-    line.finish();
-    return any;
-}
-
-// Looks for the line among those that lie whole in the block before `end`, and goes on behind the
-// name if it is there, else to `end`.
-bool infile::findline(std::string_view wanted, std::size_t end)
-{
-    // Numbers are full of "E" and "D"; a name that begins so is looked for by its second letter.
-    const std::size_t letter = wanted.size() > 1 && (wanted[0] == 'E' || wanted[0] == 'D') ? 1 : 0;
-    const std::string_view lines(block, end);
-    for (std::size_t i = at; (i = lines.find(wanted[letter], i)) < end; ++i) {
-        if (i <= at + letter) continue;
-        const std::size_t first = i - letter - 1;  // where the line would begin
-        // Column 1 may hold any character, but there must be one: not the end of an empty line.
-        const bool begins = (first == at || block[first - 1] == '\n') && block[first] != '\n';
-        const std::string_view rest(block + first + 1, end - first - 1);
-        if (!begins || !rest.starts_with(wanted)) continue;
-        at = first + 1 + wanted.size();
-        return true;
-    }
-    at = end;
-    return false;
-}
-
-bool infile::nextwith(std::string_view wanted)
-{
-    text<132> line;
-    if (wanted.empty()) return next(line);
-    while (at < filled || fill()) {
-        const std::size_t last = std::string_view(block, filled).rfind('\n');
-        if (last != std::string_view::npos && last >= at && findline(wanted, last + 1)) {
-            return next(line);
-        }
-        // What is left of the block is the beginning of a line that goes on in the next one.
-        if (next(line) && line(2, 132).starts_with(wanted)) return true;
-    }
-    return false;
-}
-
-long infile::lineno() const
-{
-    infile again;  // on the file itself, which may have lost its name
-    again.fd = fd;
-    text<1> line;
-    long lines = 0;
-    while (again.start + again.at < start + at && again.next(line)) ++lines;
-    again.fd = -1;
-    return lines;
-}

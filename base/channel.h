@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// base/channel.h: the numbered input and output channels, and the reader of the data files.
+// base/channel.h: the numbered input and output channels.
 //
 // Channel 5 is standard input, 6 standard output, 10 the script file. Standard input is read byte
-// by byte and nothing is read ahead (but for one byte behind a carriage return in a file or a
+// by byte and nothing is read ahead (but for one byte after a carriage return in a file or a
 // pipe), so that single keys, lines and line editing can take turns on one stream: what is typed,
 // pasted or piped ahead goes to the right questions. Standard output is collected and written
 // before every wait for input.
@@ -14,7 +14,9 @@
 
 #include "base/field.h"
 
-constexpr int nscript = 10;  // channel of the script file
+constexpr int ninput = 5;    // standard input
+constexpr int noutput = 6;   // standard output
+constexpr int nscript = 10;  // the script file
 
 /// Checks the three standard streams. Call once, first of all. A closed standard input reads as
 /// ended; a closed standard output ends the program.
@@ -24,7 +26,7 @@ void openchannels();
 void flushoutput();
 
 /// The same, but false in place of an end, with the reason in `errno`.
-bool writeout();
+bool tryflush();
 
 /// Connects the script file: a stream open for reading, writing or both; nullptr disconnects.
 /// The caller keeps the stream and closes it.
@@ -34,10 +36,10 @@ void connectscript(std::FILE* stream);
 /// a file or a pipe a carriage return and line feed count as one line feed.
 int inputbyte();
 
-/// True if the last read of standard input met its end. `noteinputend` says so for a reader of its
+/// True if the last read of standard input met its end. `setinputended` says so for a reader of its
 /// own, such as the line editor.
 bool inputended();
-void noteinputend(bool end);
+void setinputended(bool end);
 
 /// Reads the next line of channel `unit`, 5 or 10, into columns 1..n of `to`, cut or blank-padded;
 /// the rest of a longer line is dropped, and so is a carriage return at its end. False at the end
@@ -60,55 +62,3 @@ void writerecord(int unit, std::initializer_list<std::string_view> parts);
 /// `n` blanks, or `n` characters "-", n cut to 0..132: for wiping and ruling lines.
 std::string_view blanks(int n);
 std::string_view dashes(int n);
-
-/// A data file, read line by line in one pass. The file is closed at the end of this value's life.
-struct infile {
-    const char* name = "";
-
-    infile() = default;
-    infile(const infile&) = delete;
-    infile& operator=(const infile&) = delete;
-    ~infile() { close(); }
-
-    /// Opens a file for reading from its start, after closing the one before. Only a regular file
-    /// is opened, so that no pipe or device can hold up the program. False, with the reason in
-    /// `errno`, if that fails. `filename` must outlive this value.
-    bool open(const char* filename);
-
-    /// The same for a table that the program cannot do without: ends the program on failure, also
-    /// where reading it fails later on.
-    void opentable(const char* filename);
-
-    void close();
-
-    /// Goes back to the first line.
-    void rewind() { start = at = filled = 0; }
-
-    /// Reads the next line into `to`, as `readrecord` does. False at the end of the file, or where
-    /// reading a file other than a table fails.
-    bool next(char* to, int n);
-
-    template <int n>
-    bool next(text<n>& record)
-    {
-        return next(record.ch, n);
-    }
-
-    /// Reads on up to a line whose columns 2 on are `wanted`, as calls of `next` would, but without
-    /// a look at every line. `wanted` is a name: no line end in it, no blank at its end. False at
-    /// the end of the file.
-    bool nextwith(std::string_view wanted);
-
-    /// Number of the line read last, from 1; counted in the file anew, for messages.
-    long lineno() const;
-
-private:
-    int fd = -1;
-    bool needed = false;             // opened as a table: a read error is fatal
-    std::size_t start = 0;           // place of the block in the file
-    std::size_t at = 0, filled = 0;  // next byte of the block, and its end
-    char block[16384];               // of the sizes tried the one that makes a dialogue shortest
-
-    bool fill();
-    bool findline(std::string_view wanted, std::size_t end);
-};

@@ -11,6 +11,22 @@
 
 #include "base/stop.h"
 
+/// A view without its first `n` characters; empty if it has no more. Unlike `substr` it needs nothing
+/// of the C++ library at run time, so that the program starts at once.
+constexpr std::string_view without(std::string_view s, std::size_t n)
+{
+    s.remove_prefix(n < s.size() ? n : s.size());
+    return s;
+}
+
+/// A view without the blanks at both its ends.
+constexpr std::string_view stripped(std::string_view s)
+{
+    while (s.starts_with(' ')) s.remove_prefix(1);
+    while (s.ends_with(' ')) s.remove_suffix(1);
+    return s;
+}
+
 inline bool isdecimal(char c) { return c >= '0' && c <= '9'; }
 
 /// Fixed array whose items are numbered lo..hi, as in the tables. Stops on any other number.
@@ -42,7 +58,7 @@ struct text {
     char operator()(int i) const { return ch[dim<char, 1, n>::place(i)]; }
 
     /// Columns i to j; empty if j is i - 1. Like the other views it must not outlive the text, and
-    /// is not to be had of a temporary one.
+    /// cannot be taken of a temporary one.
     std::string_view operator()(int i, int j) const&
     {
         if (i < 1 || j > n || j < i - 1) stop("columns %d to %d of a %d-column text", i, j, n);
@@ -61,12 +77,8 @@ struct text {
     /// Place of the last non-blank among columns 1 to k, 0 if there is none.
     int length(int k = n) const
     {
-        if (k > n) k = n;
-        // Several blanks at a time: a twentieth of the instructions of a whole dialogue.
-        while (k >= 8 && std::memcmp(ch + k - 8, "        ", 8) == 0) k -= 8;
-        while (k >= 4 && std::memcmp(ch + k - 4, "    ", 4) == 0) k -= 4;
-        while (k > 0 && ch[k - 1] == ' ') --k;
-        return k;
+        const std::string_view columns(ch, static_cast<std::size_t>(k < n ? k : n));
+        return static_cast<int>(columns.find_last_not_of(' ') + 1);
     }
 
     std::string_view all() const& { return {ch, static_cast<std::size_t>(n)}; }
@@ -79,6 +91,25 @@ struct text {
     bool begins(std::string_view s) const { return all().starts_with(s); }
     bool contains(std::string_view s) const { return all().find(s) != std::string_view::npos; }
     bool operator==(const text& other) const { return std::memcmp(ch, other.ch, n) == 0; }
+};
+
+/// A line on its way into columns 1..n: collects what fits and pads the rest.
+struct linefield {
+    char* to;
+    std::size_t n;
+    std::size_t length = 0;  // of the whole line, also beyond column n
+
+    void add(std::string_view part)
+    {
+        if (length < n) part.copy(to + length, n - length);
+        length += part.size();
+    }
+    /// A carriage return at the end of the line is dropped.
+    void finish()
+    {
+        if (length > 0 && length <= n && to[length - 1] == '\r') --length;
+        if (length < n) std::memset(to + length, ' ', n - length);
+    }
 };
 
 /// A text of at most 132 characters as the C library takes it, with a NUL at its end.

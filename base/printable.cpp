@@ -5,7 +5,7 @@
 
 namespace {
 
-// Length of the UTF-8 letter at the front, 2 to 4; 0 where none stands there in full and in its
+// Length of the UTF-8 letter at the front, 2 to 4; 0 where none is there in full and in its
 // one right form, or where it is one of the controls 128 to 159.
 std::size_t letterlength(std::string_view front)
 {

@@ -3,6 +3,7 @@
 
 #include <unistd.h>
 
+#include <climits>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -13,14 +14,14 @@
 
 void stop(const char* format, ...)
 {
-    char message[400];
+    char message[PATH_MAX + 400];
     va_list values;
     va_start(values, format);
     std::vsnprintf(message, sizeof message, format, values);
     va_end(values);
 
-    writeout();
+    tryflush();
     const printable<sizeof message * 2> shown{std::string_view(message)};
-    dprintf(STDERR_FILENO, "attenuation: %.*s\n", shown.length, shown.ch);
+    dprintf(STDERR_FILENO, "%s: %.*s\n", commandname, shown.length, shown.ch);
     std::exit(EXIT_FAILURE);
 }

@@ -10,6 +10,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -19,12 +20,16 @@
 
 #include "calc/attenuation.h"
 #include "help/comhelp.h"
+#include "murho/absorber.h"
+#include "murho/energies.h"
+#include "murho/refuse.h"
 #include "prompt/combuff.h"
 #include "terminal/key.h"
 
 struct stopped {};
 
 [[noreturn]] void stop(const char*, ...) { throw stopped{}; }
+[[noreturn]] void refuse(std::string_view, const char*, ...) { throw stopped{}; }
 
 // Takes the place of the C library's: the shell is not started, and only the viewer may be asked
 // for.
@@ -69,12 +74,13 @@ void enterdirectory(const char* replaced)
 {
     char name[] = "fuzz-XXXXXX";
     if (mkdtemp(name) == nullptr || chdir(name) < 0) abort();
-    for (const char* file :
-         {"attenuation.coefficients", "dichte.dat", "elements.dat", "attenuation.help"}) {
+    for (const char* file : {"attenuation.coefficients", "dichte.dat", "elements.dat",
+                             "attenuation.help", "materials.dat", "lines.dat"}) {
         if (std::strcmp(file, replaced) == 0) table.appearas(file);
         else if (symlink((DATA_DIR "/" + std::string(file)).c_str(), file) < 0) abort();
     }
     setenv("TANOHEPATH", ".", 1);
+    setenv("ATTENUATION_DATA", DATA_DIR, 1);  // the shipped materials come after the fuzzed ones
     setenv("TERM", "dumb", 1);
     dup2(open("/dev/null", O_WRONLY), STDOUT_FILENO);
     dup2(keys.fd, STDIN_FILENO);
@@ -96,9 +102,7 @@ void fuzzcoefficients(bytes input)
 {
     const std::string energy(front(input));
     table.put(input);
-    text<16> numberline;
-    findblock("Iron", 4);
-    if (!coefficients.next(numberline)) return;
+    findblock("Iron");
     float atc = 0.0f;
     attenuation(std::strtof(energy.c_str(), nullptr), atc);
     if (!std::isfinite(atc)) abort();
@@ -143,6 +147,22 @@ void fuzzformula(bytes input)
     if (!(atc > 0.0f) || !std::isfinite(atc)) abort();
 }
 
+// A file of materials, an absorber and energies as `murho` takes them.
+void fuzzwords(bytes input)
+{
+    static energylist list;
+    table.put(front(input));
+    const std::string typed(front(input));
+    absorber a;
+    readabsorber(typed, a);
+    list.n = 0;
+    readenergies(input, {&a, 1}, list);
+    for (int i = 1; i <= std::min(list.n, 400); ++i) {
+        const double mu = massattenuation(a, list.item(i));
+        if (!(mu > 0.0) || !std::isfinite(mu) || !(a.areal >= 0.0)) abort();
+    }
+}
+
 // The format, a number as it stands in memory, and a text full of numbers.
 void fuzznumbers(bytes input)
 {
@@ -183,6 +203,7 @@ const struct {
     {"elements", "elements.dat", fuzzelements},
     {"helpfile", "attenuation.help", fuzzhelpfile},
     {"formula", "", fuzzformula},
+    {"words", "materials.dat", fuzzwords},
     {"numbers", "", fuzznumbers},
     {"dialogue", "", fuzzdialogue},
 };

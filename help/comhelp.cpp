@@ -7,6 +7,7 @@
 #include <charconv>
 
 #include "base/channel.h"
+#include "base/infile.h"
 #include "base/printable.h"
 #include "prompt/combuff.h"
 #include "terminal/escape.h"

@@ -2,8 +2,8 @@
 // prompt/combuff.h: the prompts, and the text and number conversions on blank-padded fields.
 //
 // The prompt calling convention. Every value is asked by `yesno`, `askvalue` or `askstring`. All
-// arguments are references; the last three are always the terminal width in columns, the input
-// channel (5) and the output channel (6).
+// texts and results are references; the last three arguments are always the terminal width in columns,
+// the input channel (5) and the output channel (6).
 //   querytype  in/out  the question, columns 1 to 131. Column 132 is the script mode: "r" takes the
 //                      answer from the script file, "w" records it there, anything else asks only.
 //                      It is blanked on entry. Set the field anew before each call.
@@ -34,7 +34,7 @@ void askstring(text<132>& querytype, text<132>& chstr, text<132>& chcom, std::in
                std::int32_t nrd, std::int32_t nwr);
 
 /// Writes the number `rn` in the short format `formatch`: a letter (i, f, e or a), the width and,
-/// behind a point, the decimals, such as "f8.2"; a "+" in front asks for the sign of positive
+/// after a point, the decimals, such as "f8.2"; a "+" in front asks for the sign of positive
 /// numbers. Other letters count as "f".
 ///   formatch  in/out  becomes "e15.5" when |rn| is above 1e10
 ///   chr       out     the text right-justified in columns 1 to nn
@@ -44,7 +44,7 @@ void askstring(text<132>& querytype, text<132>& chstr, text<132>& chcom, std::in
 /// Digits are made in 32-bit arithmetic, and a following digit of exactly 5 is not rounded up. A
 /// text wider than nn is marked in `chl` and `chr` by "***" on both sides, and `im` stays its plain
 /// length. A width of 25 and more gives 24 asterisks (`im` is left alone), a number that is not
-/// finite nn of them. Up to 14 digits in all can be asked for; more ends the program.
+/// finite nn of them. Up to 15 digits in all can be asked for; more ends the program.
 void trlnu(text<7>& formatch, float rn, text<24>& chr, std::int32_t& nn, text<24>& chl,
            std::int32_t& im);
 

@@ -68,7 +68,7 @@ int readaline(dim<std::int32_t, 1, 132>& k, const char* prompt)
     rl_set_screen_size(rows, columns);  // not COLUMNS, which may say anything
     char* const line = readline(prompt);
     settingsback();  // once more, as the editor has let go of the signals only now
-    noteinputend(line == nullptr);
+    setinputended(line == nullptr);
     if (line == nullptr) return 0;
     int count = 0;
     for (; count < 132 && line[count] != '\0'; ++count) {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include <sys/stat.h>
 
+#include "base/infile.h"
 #include "base/printable.h"
 #include "tests/session.h"
 

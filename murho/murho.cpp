@@ -1,0 +1,297 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// murho/murho.cpp: the command `murho`, which answers on one line of the shell.
+#include <getopt.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <climits>
+#include <cmath>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+
+#include "base/channel.h"
+#include "murho/absorber.h"
+#include "murho/catalogue.h"
+#include "murho/energies.h"
+#include "murho/number.h"
+#include "murho/refuse.h"
+
+namespace {
+
+constexpr int most = 64;  // absorbers
+
+const char usage[] =
+    "Usage: murho ABSORBER[=THICKNESS]... [ENERGY]...\n"
+    "       murho --edges ABSORBER | --list | --help | --version\n"
+    "\n"
+    "Prints mu/rho in cm2/g, one line for each energy and one column for each absorber,\n"
+    "or the transmission of layers that have a thickness.\n"
+    "\n"
+    "ABSORBER   a formula (Fe, H2O, Ca(OH)2, CuSO4.5H2O, Fe_2O_3), hydrogen to uranium,\n"
+    "           a mixture by weight (Fe:70,Cr:19,Ni:11), or a material (kapton, air);\n"
+    "           @7.9 after it sets the density in g/cm3\n"
+    "THICKNESS  25um, 0.1mm, 10cm, 8mg/cm2, 2g/cm2\n"
+    "ENERGY     in keV; FROM:TO for a curve with both sides of each edge, FROM:TO:STEP,\n"
+    "           or a line: FeKa1, CuKa, MoKb1, AuLa, Fe57, Co57, Am241, Cs137;\n"
+    "           without any, energies are read from standard input\n"
+    "\n"
+    "  -m, --mu       the linear coefficient in 1/cm in place of mu/rho\n"
+    "  -f, --for T    the thickness that lets the part T through: mg/cm2, and mm where\n"
+    "                 the density is known\n"
+    "  -e, --edges    the absorption edges, with mu/rho below and above\n"
+    "  -l, --list     the materials\n"
+    "  -h, --help     this text\n"
+    "  -V, --version  the version\n"
+    "\n"
+    "  murho Fe 14.4                   mu/rho of iron\n"
+    "  murho Be=0.5mm air=10cm CuKa1   what passes a window and 10 cm of air\n"
+    "  murho --for 0.01 Pb Cs137       the lead that lets 1 % through\n"
+    "More: man murho\n";
+
+const char version[] =
+    "murho " VERSION
+    "\n"
+    "Copyright (C) 2026 the attenuation developers\n"
+    "License GPL-3.0-or-later; there is no warranty, to the extent permitted by law.\n";
+
+// What is to be printed. It is kept until the end, so that nothing is printed where something is
+// refused.
+struct output {
+    char* text = nullptr;
+    std::size_t size = 0;
+    std::FILE* stream = open_memstream(&text, &size);
+
+    void print(const char* format, ...) __attribute__((format(printf, 2, 3)))
+    {
+        va_list values;
+        va_start(values, format);
+        const int count = stream == nullptr ? -1 : std::vfprintf(stream, format, values);
+        va_end(values);
+        if (count < 0) stop("not enough memory for the output");
+    }
+    void finish()
+    {
+        if (stream == nullptr || std::fclose(stream) != 0) stop("not enough memory for the output");
+        for (std::string_view rest(text, size); !rest.empty(); rest = without(rest, 4096)) {
+            writepart(noutput, rest.substr(0, 4096));
+        }
+        flushoutput();
+        std::free(text);
+    }
+};
+
+struct request {
+    bool linear = false;   // --mu
+    bool edges = false;    // --edges
+    double passing = 0.0;  // --for; 0 without
+    int n = 0;
+    dim<absorber, 1, most> absorbers;
+
+    bool layers() const { return !absorbers(1).thickness.empty(); }
+    std::span<absorber> all() { return {absorbers.item, static_cast<std::size_t>(n)}; }
+};
+
+energylist energies;
+
+// The tables that belong to this program: those of its own installation, or of the sources. The
+// environment may name others.
+void findtables()
+{
+    char self[PATH_MAX];
+    const ssize_t length = readlink("/proc/self/exe", self, sizeof self);
+    if (std::getenv("ATTENUATION_DATA") != nullptr || length <= 0) return;
+    const std::string_view path(self, static_cast<std::size_t>(length));
+    const auto bin = static_cast<int>(path.rfind('/'));
+    for (const char* const data : {"/../" DATA "/attenuation", "/../data"}) {
+        char wanted[2 * PATH_MAX], directory[PATH_MAX], file[2 * PATH_MAX];
+        struct stat found {};
+        std::snprintf(wanted, sizeof wanted, "%.*s%s", bin, self, data);
+        if (realpath(wanted, directory) == nullptr) continue;
+        std::snprintf(file, sizeof file, "%s/%s", directory, materialtable);
+        if (stat(file, &found) != 0) continue;
+        setenv("ATTENUATION_DATA", directory, 0);
+        return;
+    }
+    setenv("ATTENUATION_DATA", FULL_DATA "/attenuation", 0);
+}
+
+void printmaterials(output& out)
+{
+    catalogue materials(materialtable);
+    while (materials.next()) {
+        const auto show = [&out](std::string_view s, int width) {
+            out.print("%-*.*s ", width, static_cast<int>(s.size()), s.data());
+        };
+        show(materials.field(1), 30);
+        show(materials.field(3), 11);
+        show(materials.field(4), 40);
+        show(materials.field(2), 0);
+        out.print("\n");
+    }
+}
+
+// Reads energies from standard input, one a line; what follows "#" does not count.
+void readinput(request& r)
+{
+    if (isatty(STDIN_FILENO)) {
+        dprintf(STDERR_FILENO, "%s: energies in keV, one a line; Ctrl-D ends them\n", commandname);
+    }
+    char* line = nullptr;
+    std::size_t room = 0;
+    for (ssize_t length; (length = getline(&line, &room, stdin)) >= 0;) {
+        std::string_view rest(line, static_cast<std::size_t>(length));
+        rest = rest.substr(0, rest.find('#'));
+        const auto space = [](char c) { return c == ' ' || (c >= '\t' && c <= '\r'); };
+        while (!rest.empty() && space(rest.front())) rest.remove_prefix(1);
+        while (!rest.empty() && space(rest.back())) rest.remove_suffix(1);
+        if (!rest.empty()) readenergies(rest, r.all(), energies);
+    }
+    if (std::ferror(stdin)) stop("standard input: read error");
+    std::free(line);
+}
+
+// Names the columns and their units, and the densities in use.
+void printheader(request& r, output& out)
+{
+    out.print("# keV");
+    for (absorber& a : r.all()) {
+        const int length = static_cast<int>(a.label.size());
+        const char* const name = a.label.data();
+        if (r.linear) needdensity(a);
+        if (r.edges) out.print(" below[cm2/g] above[cm2/g]");
+        else if (r.linear) out.print(" %.*s[1/cm]", length, name);
+        else if (r.passing > 0.0) out.print(" %.*s[mg/cm2]", length, name);
+        else if (!r.layers()) out.print(" %.*s[cm2/g]", length, name);
+        if (r.passing > 0.0 && finddensity(a)) out.print(" %.*s[mm]", length, name);
+    }
+    out.print(r.layers() ? " transmission\n" : "\n");
+    for (const absorber& a : r.all()) {
+        if (a.density <= 0.0 || (!r.linear && r.passing <= 0.0 && !r.layers())) continue;
+        out.print("# %.*s: %.6g g/cm3%s%.*s\n", static_cast<int>(a.label.size()), a.label.data(),
+                  a.density, a.form.blank() ? "" : ", ", a.form.length(), a.form.ch);
+    }
+}
+
+void printrow(request& r, const photon& p, output& out)
+{
+    double depth = 0.0;
+    out.print("%-10.9g", p.keV);
+    for (absorber& a : r.all()) {
+        const double mu = massattenuation(a, p);
+        depth += mu * a.areal;
+        const double needed = -std::log(r.passing) / mu;  // g/cm2
+        if (r.linear) out.print(" %#12.6g", mu * a.density);
+        else if (r.passing > 0.0) out.print(" %#12.6g", 1000.0 * needed);
+        else if (!r.layers()) out.print(" %#12.6g", mu);
+        if (r.passing > 0.0 && a.density > 0.0) out.print(" %#12.6g", 10.0 * needed / a.density);
+    }
+    if (r.layers()) out.print(" %#12.6g", std::exp(-depth));
+    out.print("\n");
+}
+
+void printedges(const absorber& a, output& out)
+{
+    for (int i = 1; i < energies.n; i += 2) {
+        const photon &below = energies.item(i), &above = energies.item(i + 1);
+        const text<8> name = edgename(a, above.edge);
+        out.print("%-10.9g %#12.6g %#12.6g  # %.*s\n", below.keV, massattenuation(a, below),
+                  massattenuation(a, above), name.length(), name.ch);
+    }
+}
+
+void answer(request& r, output& out)
+{
+    printheader(r, out);
+    if (r.edges) return printedges(r.absorbers(1), out);
+    for (int i = 1; i <= energies.n; ++i) printrow(r, energies.item(i), out);
+}
+
+const option options[] = {
+    {"mu", no_argument, nullptr, 'm'},
+    {"for", required_argument, nullptr, 'f'},
+    {"edges", no_argument, nullptr, 'e'},
+    {"list", no_argument, nullptr, 'l'},
+    {"help", no_argument, nullptr, 'h'},
+    {"version", no_argument, nullptr, 'V'},
+    {nullptr, 0, nullptr, 0},
+};
+
+[[noreturn]] void refuseoption(char** argv)
+{
+    const char letter[] = {'-', static_cast<char>(optopt), '\0'};
+    refuse(optopt != 0 ? letter : argv[optind - 1],
+           "unknown or incomplete option; see murho --help");
+}
+
+// Reads the options. True if they are answered by that.
+bool readoptions(int argc, char** argv, request& r, output& out)
+{
+    opterr = 0;
+    for (int letter; (letter = getopt_long(argc, argv, "mf:elhV", options, nullptr)) >= 0;) {
+        if (letter == 'm') r.linear = true;
+        if (letter == 'e') r.edges = true;
+        if (letter == 'f') r.passing = positive(optarg);
+        if (letter == 'f' && !(r.passing < 1.0)) refuse(optarg, "--for takes a number from 0 to 1");
+        if (letter == 'l') printmaterials(out);
+        if (letter == 'h') out.print("%s", usage);
+        if (letter == 'V') out.print("%s", version);
+        if (letter == '?') refuseoption(argv);
+        if (letter == 'l' || letter == 'h' || letter == 'V') return true;
+    }
+    return false;
+}
+
+// What goes together: thicknesses for all or for none, and one thing asked for.
+void checkrequest(const request& r)
+{
+    for (const absorber& a : r.absorbers.item) {
+        if (a.label.empty()) break;
+        if (a.thickness.empty() == r.layers()) {
+            refuse(a.label, "give a thickness to every layer, or to none");
+        }
+        if (r.layers() && (r.linear || r.edges || r.passing > 0.0)) {
+            refuse(a.label, "--mu, --for and --edges take no thickness");
+        }
+    }
+    if (r.linear + r.edges + (r.passing > 0.0) > 1)
+        refuse("", "give one of --mu, --for and --edges");
+}
+
+void readarguments(int argc, char** argv, request& r)
+{
+    char** const first = argv + optind;
+    char** last = first;  // the energies come to the front
+    for (char** word = first; word != argv + argc; ++word) {
+        if (isenergy(*word)) *last++ = *word;
+        else if (r.n == most) refuse(*word, "more than %d absorbers", most);
+        else readabsorber(*word, r.absorbers(++r.n));
+    }
+    if (r.n == 0) refuse("", "no absorber; see murho --help");
+    checkrequest(r);
+    if (r.edges) {
+        if (argc - optind != 1)
+            refuse(argv[argc - 1], "--edges takes one absorber and nothing else");
+        return addedges(r.absorbers(1), 0.0, HUGE_VAL, energies);
+    }
+    for (char** word = first; word != last; ++word) readenergies(*word, r.all(), energies);
+    if (first == last) readinput(r);
+}
+
+}  // namespace
+
+int main(int argc, char** argv)
+{
+    commandname = "murho";
+    openchannels();
+    findtables();
+    static request r;
+    output out;
+    if (!readoptions(argc, argv, r, out)) {
+        readarguments(argc, argv, r);
+        answer(r, out);
+    }
+    out.finish();
+    return 0;
+}
