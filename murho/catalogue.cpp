@@ -10,7 +10,7 @@ namespace {
 // Opens the next of the two files. The shipped one has to be there.
 void opennext(catalogue& c)
 {
-    struct stat found {};
+    struct stat found = {};
     if (++c.opened == 1 && lstat(c.filename, &found) != 0) ++c.opened;
     if (c.opened <= 2) c.file.opentable(c.filename, c.opened == 1);
 }

@@ -106,7 +106,7 @@ void findtables()
     const auto bin = static_cast<int>(path.rfind('/'));
     for (const char* const data : {"/../" DATA "/attenuation", "/../data"}) {
         char wanted[2 * PATH_MAX], directory[PATH_MAX], file[2 * PATH_MAX];
-        struct stat found {};
+        struct stat found = {};
         std::snprintf(wanted, sizeof wanted, "%.*s%s", bin, self, data);
         if (realpath(wanted, directory) == nullptr) continue;
         std::snprintf(file, sizeof file, "%s/%s", directory, materialtable);
