@@ -36,17 +36,21 @@ for_packaging=(
     "command mandoc      mandoc"
     "command perl        perl"
 )
+for_package=(
+    "command reuse       reuse"
+    "command lintian     lintian"
+    "command dh          debhelper"
+    "command latex       texlive-latex-base"
+    "package build-essential build-essential"
+)
 for_everything=(
     "command valgrind    valgrind"
     "command clang-tidy  clang-tidy"
     "command cppcheck    cppcheck"
     "module libxrl       libxrl-dev"
-    "command reuse       reuse"
-    "command lintian     lintian"
-    "command dh          debhelper"
-    "package build-essential build-essential"
     "${for_examples[@]}"
     "${for_packaging[@]}"
+    "${for_package[@]}"
 )
 
 say() { printf 'attenuation: %s\n' "$*" >&2; }
