@@ -96,14 +96,14 @@ startlog() {
     exit 1
 }
 
-# Installs what is missing of the needs given; ends where that is impossible.
+# Installs what is missing; ends if that is impossible.
 install_missing() {
     local packages apt=(env LC_ALL=C DEBIAN_FRONTEND=noninteractive apt-get)
     read -ra packages <<<"$(missing "$@")"
     [[ ${#packages[@]} -eq 0 ]] && return
 
     if ! command -v apt-get >/dev/null; then
-        say "please install what these Debian packages hold (there is no apt-get here):"
+        say "there is no apt-get here; please install what these Debian packages contain:"
         say "    ${packages[*]}"
         exit 1
     elif [[ $EUID -ne 0 ]] && ! command -v sudo >/dev/null; then
