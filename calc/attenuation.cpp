@@ -95,11 +95,12 @@ text<132> suggestion(std::string_view formula, const dim<text<2>, 1, 82>& es)
     int length = 0, groups = 0;
     for (int k = 1; k <= found.n; ++k) {
         const text<2>& symbol = es(found.element(k));
-        const double most = symbol(2) == ' ' ? 999.0 : 9.0;  // a two-letter symbol takes one digit
-        for (double count = found.count(k); count > 0.0; count -= most) {
-            if (count != std::floor(count) || ++groups > 12) return {};
+        const int most = symbol(2) == ' ' ? 999 : 9;  // a two-letter symbol takes one digit
+        if (found.count(k) != std::floor(found.count(k)) || found.count(k) > 12.0 * most) return {};
+        for (int count = static_cast<int>(found.count(k)); count > 0; count -= most) {
+            if (++groups > 12) return {};
             length += std::snprintf(line + length, sizeof line - static_cast<std::size_t>(length),
-                                    "%.*s_%.0f", symbol.length(), symbol.ch, std::min(count, most));
+                                    "%.*s_%d", symbol.length(), symbol.ch, std::min(count, most));
         }
     }
     return text<132>(std::string_view(line, static_cast<std::size_t>(length)));
