@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// fuzz/fuzz.cpp: feeds arbitrary bytes to the readers of the program, one target each.
+// fuzz/fuzz.cpp: feeds arbitrary bytes to the readers of the program, one target each; the environment
+// variable FUZZ_TARGET names it.
 //
 // A fatal error of the program is a fine answer to any input: here `stop` throws, and the target
 // goes on with the next input. What must not happen is a crash, a hang, a finding of a sanitizer, a
@@ -209,8 +210,9 @@ const struct {
 
 const auto& target()
 {
+    const char* const name = std::getenv("FUZZ_TARGET");
     for (const auto& t : targets) {
-        if (t.name == TARGET) return t;
+        if (name != nullptr && t.name == name) return t;
     }
     abort();
 }
@@ -219,10 +221,11 @@ const auto& target()
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
-    static const bool entered = (enterdirectory(target().file), true);
+    static const auto& chosen = target();
+    static const bool entered = (enterdirectory(chosen.file), true);
     (void)entered;
     try {
-        target().run({reinterpret_cast<const char*>(data), size});
+        chosen.run({reinterpret_cast<const char*>(data), size});
     } catch (const stopped&) {
     }
     clear_history();

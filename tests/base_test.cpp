@@ -22,30 +22,31 @@ TEST(Base, Cases)
     const workdirectory here;
     mkfifo("pipe", 0600);
     std::filesystem::create_symlink("/proc/self/mem", "unreadable");
-    cases("base.txt", {
-        {"printable", [](auto& c) {
-            std::string shown(c.size() > 2 ? std::stoul(c[2]) : 64, '\0');
-            shown.resize(std::size_t(makeprintable(c[0], shown.data(), shown.size())));
-            EXPECT_EQ(shown, c.size() > 1 ? c[1] : c[0]);
-        }},
-        {"refused", [](auto& c) {
-            c.expectin(said([&, name = c[0]] {
-                infile file;
-                text<4> line;
-                file.opentable(name.c_str());
-                file.next(line);
-            }), 1);
-        }},
-        // Behind an end of the block of 16384 bytes that is read at once, and about it.
-        {"found", [](auto& c) {
-            for (std::size_t ahead = 16360; ahead < 16386; ++ahead) {
-                std::ofstream("table") << std::string(ahead, 'D') << c[0];
-                infile file;
-                text<4> line;
-                ASSERT_TRUE(file.open("table") && file.nextwith(c[1])) << ahead;
-                file.next(line);
-                EXPECT_EQ(std::to_string(file.lineno()).append(line.all()), c[2]) << ahead;
-            }
-        }},
-    });
+    checks check;
+    check["printable"] = [](auto& c) {
+        std::string shown(c.size() > 2 ? std::stoul(c[2]) : 64, '\0');
+        shown.resize(std::size_t(makeprintable(c[0], shown.data(), shown.size())));
+        EXPECT_EQ(shown, c.size() > 1 ? c[1] : c[0]);
+    };
+    check["refused"] = [](auto& c) {
+        c.expectin(said([&, name = c[0]] {
+                       infile file;
+                       text<4> line;
+                       file.opentable(name.c_str());
+                       file.next(line);
+                   }),
+                   1);
+    };
+    // Behind an end of the block of 16384 bytes that is read at once, and about it.
+    check["found"] = [](auto& c) {
+        for (std::size_t ahead = 16360; ahead < 16386; ++ahead) {
+            std::ofstream("table") << std::string(ahead, 'D') << c[0];
+            infile file;
+            text<4> line;
+            ASSERT_TRUE(file.open("table") && file.nextwith(c[1])) << ahead;
+            file.next(line);
+            EXPECT_EQ(std::to_string(file.lineno()).append(line.all()), c[2]) << ahead;
+        }
+    };
+    cases("base.txt", check);
 }

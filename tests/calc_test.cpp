@@ -57,54 +57,59 @@ void near(const row& c, std::size_t i, double tolerance, auto action)
 TEST(Calc, TablesOfItsOwn)
 {
     const workdirectory here;
-    cases("tables.txt", {
-        {"parabel", [](auto& c) {
-            dim<double, 1, 4> xs, ys;
-            std::istringstream points(c[1]);
-            for (int k = 1; k <= 4; ++k) points >> xs(k) >> ys(k);
-            float att = 7.0f;
-            parabel(c.integer(0), xs, ys, std::stod(c[2]), att);
-            EXPECT_NEAR(att, c.number(3), 2e-5);
-        }},
-        {"block", [](auto& c) { writeblock(c, 0); }},
-        {"value", [](auto& c) { near(c, 1, c.number(2), [&] { coefficient(c.number(0)); }); }},
-        {"refused", [](auto& c) {
-            writeblock(c, 1);
-            const row message("<attenuation: attenuation.coefficients: " + c[0]);
-            message.expectin(said([] { coefficient(1.5f); }), 0);
-        }},
-        {"densities", [](auto& c) { std::ofstream("dichte.dat", std::ios::app) << c[0] << '\n'; }},
-        {"density", [](auto& c) {
-            scrd.helpar(3) = "kept";
-            const auto action = [&c] {
-                window(1);
-                tell(elementdensity(c.integer(0)));
-                tell(scrd.helpar(2), scrd.helpar(3), rest());
-            };
-            c.expectin(said(action, c[1]), 2);
-        }},
-        {"number", [](auto& c) {
-            std::ofstream("elements.dat") << contentof(DATA_DIR "/elements.dat");
-            std::ofstream("attenuation.coefficients") << " Iron\n" << c[0] << '\n';
-            const row message("coefficients: line 2: the atomic number of Iron is missing or malformed\n>");
-            message.expectin(said([] { dialogue(); }, "2\n\n\n"), 0);
-        }},
-        {"elements", [](auto& c) {
-            std::string all = contentof(DATA_DIR "/elements.dat");
-            all.replace(all.find(c[0]), c[0].empty() ? all.npos : c[0].size(), c[1]);
-            if (all.empty()) std::filesystem::remove("elements.dat");
-            else std::ofstream("elements.dat") << all;
-            c.expectin(said([] { ofcompound("Pr_1", 30.0f); }, "\n"), 2);
-        }},
-    });
+    checks check;
+    check["parabel"] = [](auto& c) {
+        dim<double, 1, 4> xs, ys;
+        std::istringstream points(c[1]);
+        for (int k = 1; k <= 4; ++k) points >> xs(k) >> ys(k);
+        float att = 7.0f;
+        parabel(c.integer(0), xs, ys, std::stod(c[2]), att);
+        EXPECT_NEAR(att, c.number(3), 2e-5);
+    };
+    check["block"] = [](auto& c) { writeblock(c, 0); };
+    check["value"] = [](auto& c) { near(c, 1, c.number(2), [&] { coefficient(c.number(0)); }); };
+    check["refused"] = [](auto& c) {
+        writeblock(c, 1);
+        const row message("<attenuation: attenuation.coefficients: " + c[0]);
+        message.expectin(said([] { coefficient(1.5f); }), 0);
+    };
+    check["densities"] = [](auto& c) {
+        std::ofstream("dichte.dat", std::ios::app) << c[0] << '\n';
+    };
+    check["density"] = [](auto& c) {
+        scrd.helpar(3) = "kept";
+        const auto action = [&c] {
+            window(1);
+            tell(elementdensity(c.integer(0)));
+            tell(scrd.helpar(2), scrd.helpar(3), rest());
+        };
+        c.expectin(said(action, c[1]), 2);
+    };
+    check["number"] = [](auto& c) {
+        std::ofstream("elements.dat") << contentof(DATA_DIR "/elements.dat");
+        std::ofstream("attenuation.coefficients") << " Iron\n" << c[0] << '\n';
+        const row message(
+            "coefficients: line 2: the atomic number of Iron is missing or malformed\n>");
+        message.expectin(said([] { dialogue(); }, "2\n\n\n"), 0);
+    };
+    check["elements"] = [](auto& c) {
+        std::string all = contentof(DATA_DIR "/elements.dat");
+        all.replace(all.find(c[0]), c[0].empty() ? all.npos : c[0].size(), c[1]);
+        if (all.empty()) std::filesystem::remove("elements.dat");
+        else std::ofstream("elements.dat") << all;
+        c.expectin(said([] { ofcompound("Pr_1", 30.0f); }, "\n"), 2);
+    };
+    cases("tables.txt", check);
 }
 
 TEST(Calc, ShippedTables)
 {
     std::filesystem::current_path(DATA_DIR);
-    cases("formulas.txt", {
-        {"groups", [](auto& c) { c.expectin(said([&] { ofcompound(c[0], 0.0f); }), 1); }},
-        {"published", [](auto& c) { near(c, 2, 0.0006, [&] { ofcompound(c[0], c.number(1)); }); }},
-        {"fault", [](auto& c) { c.expectin(said([&] { ofcompound(c[0], 30.0f); }, "\n"), 1); }},
-    });
+    checks check;
+    check["groups"] = [](auto& c) { c.expectin(said([&] { ofcompound(c[0], 0.0f); }), 1); };
+    check["published"] = [](auto& c) {
+        near(c, 2, 0.0006, [&] { ofcompound(c[0], c.number(1)); });
+    };
+    check["fault"] = [](auto& c) { c.expectin(said([&] { ofcompound(c[0], 30.0f); }, "\n"), 1); };
+    cases("formulas.txt", check);
 }

@@ -8,8 +8,6 @@
 #include <utmp.h>
 #include <vterm.h>
 
-#include <csignal>
-
 #include "tests/session.h"
 
 // The program, or a shell, on a terminal of its own. A wait that runs out is a failure.
@@ -60,7 +58,10 @@ struct screen {
         return *this;
     }
     // To the foreground job, if there is one: 0 and -1 would mean others.
-    void send(int signal) const { if (pid_t job = tcgetpgrp(master); job > 1) kill(job, signal); }
+    void send(int signal) const
+    {
+        if (pid_t job = tcgetpgrp(master); job > 1) kill(job, signal);
+    }
 
     // The lines on the screen, without the blanks at their ends; or all that is red there.
     std::string shown(bool red = false) const
@@ -101,7 +102,7 @@ struct screen {
     // turns, not a time: while the machine stands still it does not run out.
     bool until(auto done)
     {
-        for (int turns = 0; turns < 40000; ++turns) {
+        for (int turns = 0; turns < patience; ++turns) {
             const bool was = done();
             char bytes[4096];
             const auto count = read(master, bytes, sizeof bytes);
@@ -110,10 +111,11 @@ struct screen {
             else usleep(500);
             if (int how; !ended() && waitpid(leader, &how, WNOHANG) > 0) status = WEXITSTATUS(how);
         }
+        patience = 2000;  // one failure is enough to wait for
         return false;
     }
     // The exit status, or -1 if there is no end.
-    int end() { return until([this] { return ended(); }), status; }
+    int end() { return until(std::bind_front(&screen::ended, this)), status; }
 
     // Waits until all that was typed has been read, and the program, or the shell at its prompt,
     // waits for more; or until it has ended. A poll moves what is on its way to the slave there.
@@ -135,8 +137,11 @@ struct screen {
     {
         const std::string command =
             "export TANOHEPATH=. TERM=xterm INPUTRC=/dev/null PATH=\"${0%/*}:$PATH\"; ulimit -c 0;"
-            " shell() { PS1='$ ' exec bash --norc --noprofile -i; };"
-            " cd '" DATA_DIR "'; " + before + "; exec \"$0\"";
+            " shell() { exec env -i TANOHEPATH=. TERM=xterm INPUTRC=/dev/null PATH=\"$PATH\" "
+            "LC_ALL=C"
+            " PS1='$ ' bash --norc --noprofile -i; };"
+            " cd '" DATA_DIR "'; " +
+            before + "; exec \"$0\"";
         close(master);
         login_tty(slave);
         signal(SIGTTOU, SIG_IGN);  // for tcsetpgrp from the background
@@ -144,7 +149,7 @@ struct screen {
         if (fork() == 0) {
             setpgid(0, 0);
             tcsetpgrp(0, getpid());
-            for (int n : {SIGINT, SIGQUIT, SIGTSTP, SIGHUP, SIGTTOU}) signal(n, SIG_DFL);
+            signal(SIGTTOU, SIG_DFL);
             execl("/bin/sh", "sh", "-c", command.c_str(), PROGRAM, nullptr);
         }
         int state = 0;
@@ -152,9 +157,9 @@ struct screen {
         _exit(WIFSIGNALED(state) ? 128 + WTERMSIG(state) : WEXITSTATUS(state));
     }
 
+    static inline int patience = 40000;
     VTerm* emulated = vterm_new(24, 80);
     int rows = 0, columns = 0;
     std::string found;  // the settings at first
     int master = -1, slave = -1, leader = -1;
 };
-

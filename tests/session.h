@@ -8,10 +8,26 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <filesystem>
 
 #include "base/channel.h"
 #include "tests/cases.h"
+
+// The same surroundings on every machine: no signal ignored or held back, English words, a path
+// to the tools of the shell.
+inline const int surroundings = [] {
+    for (int n = 1; n < 32; ++n) {
+        if (const auto was = signal(n, SIG_DFL); was != SIG_IGN) signal(n, was);
+    }
+    sigset_t none;
+    sigemptyset(&none);
+    sigprocmask(SIG_SETMASK, &none, nullptr);
+    setenv("LC_ALL", "C", 1);
+    setenv("TERM", "dumb", 1);
+    const char* const tools = getenv("PATH");
+    return setenv("PATH", ((tools ? tools : "") + std::string(":/usr/bin:/bin")).c_str(), 1);
+}();
 
 inline std::string contentof(const std::string& file)
 {
@@ -72,7 +88,7 @@ inline std::string said(auto action, const std::string& input = "")
 inline std::string run(const std::string& input)
 {
     setenv("TANOHEPATH", DATA_DIR, 1);
-    setenv("TERM", "dumb", 1);
+    setenv("INPUTRC", "/dev/null", 1);
     std::filesystem::current_path(DATA_DIR);
     return said([] { execl(PROGRAM, PROGRAM, nullptr); }, input);
 }

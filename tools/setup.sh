@@ -39,6 +39,8 @@ for_packaging=(
 for_everything=(
     "command valgrind    valgrind"
     "command clang-tidy  clang-tidy"
+    "command clang-format clang-format"
+    "command shellcheck  shellcheck"
     "command cppcheck    cppcheck"
     "module libxrl       libxrl-dev"
     "command reuse       reuse"
