@@ -38,8 +38,7 @@ extern "C" void giveback(int signal);
 // Has a signal caught if it would have its usual effect, or lets it have that again.
 void catchsignal(int signal, bool on)
 {
-    struct sigaction action {
-    }, found{};
+    struct sigaction action = {}, found = {};
     if (sigaction(signal, nullptr, &found) < 0) return;
     if (found.sa_handler != (on ? SIG_DFL : giveback)) return;  // ignored, or somebody else's
     action.sa_handler = on ? giveback : SIG_DFL;
@@ -118,7 +117,7 @@ extern "C" void giveback(int signal)
     const std::sig_atomic_t before = now;
     restoresettings();
 
-    struct sigaction mine, usual{};
+    struct sigaction mine, usual = {};
     usual.sa_handler = SIG_DFL;
     sigaction(signal, &usual, &mine);
     sigset_t only;
