@@ -95,11 +95,13 @@ text<132> suggestion(std::string_view formula, const dim<text<2>, 1, 82>& es)
     int length = 0, groups = 0;
     for (int k = 1; k <= found.n; ++k) {
         const text<2>& symbol = es(found.element(k));
-        const double most = symbol(2) == ' ' ? 999.0 : 9.0;  // a two-letter symbol takes one digit
-        for (double count = found.count(k); count > 0.0; count -= most) {
-            if (count != std::floor(count) || ++groups > 12) return {};
+        const int most = symbol(2) == ' ' ? 999 : 9;  // a two-letter symbol takes one digit
+        const double count = found.count(k);
+        if (count != std::floor(count) || count > 12.0 * most) return {};
+        for (int left = static_cast<int>(count); left > 0; left -= most) {
+            if (++groups > 12) return {};
             length += std::snprintf(line + length, sizeof line - static_cast<std::size_t>(length),
-                                    "%.*s_%.0f", symbol.length(), symbol.ch, std::min(count, most));
+                                    "%.*s_%d", symbol.length(), symbol.ch, std::min(left, most));
         }
     }
     return text<132>(std::string_view(line, static_cast<std::size_t>(length)));
