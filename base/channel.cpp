@@ -32,7 +32,7 @@ std::FILE* script()
 void openchannels()
 {
     const auto isopen = [](int fd) {
-        struct stat found {};
+        struct stat found = {};
         return fstat(fd, &found) == 0;
     };
     // What is opened takes the lowest number that is free, so in ascending order.

@@ -22,7 +22,7 @@ bool infile::open(const char* filename)
     // Without waiting for a writer if the name turns out to be a named pipe.
     fd = ::open(name, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (fd < 0) return false;
-    struct stat found {};
+    struct stat found = {};
     if (fstat(fd, &found) == 0 && S_ISREG(found.st_mode)) return true;
     close();
     errno = S_ISDIR(found.st_mode) ? EISDIR : EINVAL;
@@ -32,7 +32,7 @@ bool infile::open(const char* filename)
 void infile::opentable(const char* filename, bool own)
 {
     // What is in the working directory counts, even where it cannot be read: a link to nowhere too.
-    struct stat found {};
+    struct stat found = {};
     char room[PATH_MAX];
     const char* const shipped = std::getenv("ATTENUATION_DATA");
     const char* directory = shipped;

@@ -170,13 +170,12 @@ float elementdensity(std::int32_t nz)
     std::int32_t lq = found.n, lk = found.n;
     for (int k = 1; k <= lq; ++k) {
         const text<80>& line = found.line(k);
-        scrd.queryar(k) = text<132>(printable<160>(line(9, std::max(8, line.length()))).view());
-        scrd.ext(k) = text<16>();
+        menuentry(k, line(9, std::max(8, line.length())), scrd.helpar(k).all());
     }
+    // Only these two get a help page of their own; further entries keep that of the menu before.
+    scrd.helpar(1) = scrd.helpar(2) = "read/modification";
     text<80> ch80(scrd.queryar(1)(1, 10));
     ch80(80) = '#';
-    // Only the first two have a help page of their own; the others keep that of the menu before.
-    scrd.helpar(1) = scrd.helpar(2) = "read/modification";
     text<132> cheader("density of the modifications");
     query(lq, lk, cheader, ch80);
     // From the line itself: the menu has cut its entries at the terminal width.
@@ -273,9 +272,7 @@ std::int32_t chooseabsorber()
         lq = nabsorber;
         std::int32_t lk = lq;
         for (int k = 1; k <= lq; ++k) {
-            scrd.queryar(k) = absorbers[k - 1].entry;
-            scrd.helpar(k) = absorbers[k - 1].help;
-            scrd.ext(k) = text<16>();
+            menuentry(k, absorbers[k - 1].entry, absorbers[k - 1].help);
         }
         text<80> ch80("Nickel");
         ch80(80) = '#';
@@ -387,11 +384,8 @@ std::int32_t askunit(text<80>& ch80)
 {
     remeasure();
     std::int32_t lq = 2, lk = 2;
-    scrd.queryar(1) = "thickness mg/cm2";
-    scrd.helpar(1) = "read/mgcm2";
-    scrd.queryar(2) = "thickness in mm";
-    scrd.helpar(2) = "read/thickness";
-    scrd.ext(1) = scrd.ext(2) = text<16>();
+    menuentry(1, "thickness mg/cm2", "read/mgcm2");
+    menuentry(2, "thickness in mm", "read/thickness");
     text<132> chin("thickness of the sample");
     ch80(80) = '#';
     query(lq, lk, chin, ch80);

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "base/channel.h"
 #include "prompt/combuff.h"
 
 // Numbers in columns.
@@ -89,19 +90,24 @@ float firstnumber(const text<80>& line, int i, int j, int n_ch)
     return count == 1 && alone(1) == out(1) && out(1) >= 0.0f ? out(1) : NAN;
 }
 
-// Reads the integer in the eight columns from i on, as `c8toi` does. False where it says something
-// else than it is read as: what is glued to other characters, or what the columns cut.
+// The integer in the eight columns from i on, as `c8toi` reads it.
 template <int n>
-bool readinteger(const text<n>& line, int i, std::int32_t& number)
+std::int32_t readinteger(const text<n>& line, int i)
 {
     text<8> ch(line(i, i + 7));
+    std::int32_t number = 0;
+    c8toi(ch, number);
+    return number;
+}
+
+// True if these columns say just that: digits set off by blanks, which do not go on beyond them.
+template <int n>
+bool saysinteger(const text<n>& line, int i, std::int32_t number)
+{
+    const text<8> ch(line(i, i + 7));
     const text<8> word(wordaround(ch.all(), 1, 8, ' '));
     const bool cut = isdecimal(line(i + 7)) && (isdecimal(line(i + 8)) || line(i + 8) == '.');
-    text<8> alone = word;
-    std::int32_t value = 0;
-    c8toi(alone, value);
-    c8toi(ch, number);
-    return isplain(word.trimmed(), 0) && value == number && !cut;
+    return isplain(word.trimmed(), 0) && readinteger(word, 1) == number && !cut;
 }
 
 }  // namespace
@@ -132,8 +138,8 @@ std::int32_t findblock(const text<12>& name)
     }
     text<16> line;
     nextline(line);
-    std::int32_t nz = 0;
-    if (readinteger(line, 4, nz) && nz >= 1) return nz;
+    const std::int32_t nz = readinteger(line, 4);
+    if (nz >= 1 && saysinteger(line, 4, nz)) return nz;
     stopat(coefficients, "the atomic number of %s is missing or malformed", blockname.ch);
 }
 
@@ -160,7 +166,7 @@ void checkrow(const tablerows& t, int i, const text<80>& line)
     if (pair && !(t.yi(i) > t.yi(i - 1))) {
         stopat(coefficients, "mu/rho of %s does not rise at this edge", name);
     }
-    if (line.length() > 36) stopat(coefficients, "text after column 36 of a row of %s", name);
+    if (line(37, 80) != blanks(44)) stopat(coefficients, "text after column 36 of a row of %s", name);
     for (const int column : {15, 16, 26, 27}) {
         if (!isdecimal(line(column))) continue;
         stopat(coefficients, "a row of %s has numbers outside their columns", name);
@@ -359,13 +365,12 @@ namespace {
 // number is read as `nz`, but says something else.
 bool checkedelement(const infile& densities, const text<80>& line, std::int32_t nz)
 {
-    std::int32_t mz = 0;
-    const bool plain = readinteger(line, 1, mz);
-    if (mz == nz && !plain) {
+    if (readinteger(line, 1) != nz) return false;
+    if (!saysinteger(line, 1, nz)) {
         stopat(densities, "\"%s\" is not an atomic number",
                cstring(wordaround(line.all(), 1, 8, ' ')).ch);
     }
-    return mz == nz;
+    return true;
 }
 
 }  // namespace

@@ -72,7 +72,7 @@ struct menu {
     bool afresh = false;  // what is on the screen is out of place: draw it below
 };
 
-bool readswidth(char wrb) { return wrb == 'w' || wrb == 'r' || wrb == 'l'; }
+bool fullwidth(char wrb) { return wrb == 'w' || wrb == 'r' || wrb == 'l'; }
 
 // The default, also taken anew after a help text. It loses its "#".
 void takedefault(menu& m)
@@ -183,7 +183,7 @@ void flowinglayout(menu& m)
 // Widths, title, rows.
 void layout(menu& m)
 {
-    m.npx = std::min(readswidth(m.wrb) ? term.ncol(1) : term.npl, 133) - 3;
+    m.npx = std::min(fullwidth(m.wrb) ? term.ncol(1) : term.npl, 133) - 3;
     m.npl_i = std::min(term.ncol(1), 132) - 3;
     int rows = 0;
     sizenow(rows, m.columns);
@@ -477,12 +477,11 @@ step decide(menu& m)
     lc_character(m.ch132);
     if (m.ch132.begins("he") && !m.cheader.contains("further related")) return step::help;
 
-    const char chh = m.chdf(1) == 'q' && !m.iquit ? '*' : m.chdf(1);
-    if (chh == '*') {
+    if (m.chdf(1) == '*' || (m.chdf(1) == 'q' && !m.iquit)) {  // cancelled
         m.lq = m.lk = 0;
         return step::done;
     }
-    if (chh != ' ') {
+    if (m.chdf(1) != ' ') {
         if (m.afresh) layout(m);
         else wiperows(m);
         m.jq = 0;
@@ -544,10 +543,25 @@ step selectentry(menu& m)
 
 }  // namespace
 
+void menuentry(int k, std::string_view entry, std::string_view key)
+{
+    const text<132> helpkey(key);  // which may lie in the record itself
+    scrd.queryar(k) = text<132>(printable<132>(entry).view());
+    scrd.helpar(k) = helpkey;
+    scrd.ext(k) = text<16>();
+}
+
 void query(std::int32_t& lq, std::int32_t& lk, text<132>& cheader, text<80>& chdf)
 {
     if (lq < 0 || lq > 64) stop("a menu of %d entries", lq);
-    menu m{lq, lk, cheader, chdf, lq, chdf, cheader(132), cheader(131)};
+    menu m{.lq = lq,
+           .lk = lk,
+           .cheader = cheader,
+           .chdf = chdf,
+           .lqin = lq,
+           .chin80 = chdf,
+           .wrb = cheader(132),
+           .go = cheader(131)};
     cheader(132) = ' ';
     step next = step::again;
     do {
@@ -766,8 +780,7 @@ int buildmenu(const display& d, dim<text<80>, 1, 64>& listed)
         for (int k = 1; k <= from.count && n < 64; ++k) listed(++n) = from.entry(k);
     }
     for (int k = 1; k <= n; ++k) {
-        scrd.queryar(k) = text<132>(printable<160>(listed(k).trimmed()).view());
-        scrd.ext(k) = text<16>();
+        menuentry(k, listed(k).trimmed(), scrd.helpar(k).all());  // the help keys stay
     }
     return n;
 }

@@ -21,6 +21,10 @@ struct menurecord {
 };
 extern menurecord scrd;
 
+/// Fills entry `k` of `scrd`, 1..64: its text, without control characters, and its help key; no
+/// annotation.
+void menuentry(int k, std::string_view entry, std::string_view key);
+
 /// Shows the menu of the first `lq` entries of `scrd` and lets the user choose one: by cursor keys,
 /// by typing a part of an entry, and Enter. "he" shows the help text of the highlighted entry, "*"
 /// and (where no entry begins with it) "q" cancel. A menu of one entry takes it without a key.

@@ -68,8 +68,25 @@ formulafault addformula(std::string_view formula, double grams, atoms& masses)
     return {};
 }
 
-// Reads a formula, or formulas and their weights: "Fe:70,Cr:30".
-formulafault readcomposition(std::string_view from, compound& c)
+formulafault readcomposition(std::string_view from, compound& c, bool names);
+
+// The same for a part of a mixture, which may be a material by its name.
+formulafault addpart(std::string_view part, double grams, atoms& masses)
+{
+    catalogue materials(materialtable);
+    compound c;
+    if (!materials.find(part) || readcomposition(materials.field(2), c, false).what) {
+        return addformula(part, grams, masses);
+    }
+    double sum = 0.0;
+    for (int k = 1; k <= c.n; ++k) sum += double{c.mass(k)};
+    for (int k = 1; k <= c.n; ++k) masses.add(c.element(k), grams * (double{c.mass(k)} / sum));
+    return {};
+}
+
+// Reads a formula, or formulas and their weights: "Fe:70,Cr:30". With `names`, materials too may be
+// mixed.
+formulafault readcomposition(std::string_view from, compound& c, bool names)
 {
     atoms masses;
     const bool single = from.find(':') == from.npos;
@@ -80,10 +97,13 @@ formulafault readcomposition(std::string_view from, compound& c)
         const std::string_view part = single ? rest : rest.substr(0, rest.find(','));
         const std::string_view formula = part.substr(0, part.find(':'));
         const double weight = single ? 0.0 : positive(without(part, formula.size() + 1));
-        const formulafault fault = addformula(formula, weight, masses);
+        const formulafault fault = names && !single && weight > 0.0
+                                       ? addpart(formula, weight, masses)
+                                       : addformula(formula, weight, masses);
         if (fault.what) return {before + fault.position, fault.what};
         if (std::isnan(weight)) {
-            return {before + static_cast<int>(formula.size()) + 1, "expected \":\" and a weight"};
+            return {before + static_cast<int>(formula.size()) + 1,
+                    "expected \":\" and a weight above 0"};
         }
         if (part.size() + 1 == rest.size()) return {length + 1, "expected a formula after \",\""};
         rest = without(rest, part.size() + 1);
@@ -125,12 +145,12 @@ bool findmaterial(absorber& a)
 {
     catalogue materials(materialtable);
     if (!materials.find(a.label)) return false;
-    const formulafault fault = readcomposition(materials.field(2), a.contents);
+    const formulafault fault = readcomposition(materials.field(2), a.contents, false);
     if (fault.what) {
         stopat(materials.file, "position %d of the composition: %s", fault.position, fault.what);
     }
     compound formula;
-    if (!readcomposition(a.label, formula).what && !agree(formula, a.contents)) {
+    if (!readcomposition(a.label, formula, false).what && !agree(formula, a.contents)) {
         stopat(materials.file, "the name \"%s\" is a formula of something else",
                cstring(a.label).ch);
     }
@@ -171,8 +191,9 @@ text<80> recapitalised(std::string_view formula)
         if (n > 12 || !capitalise(&better(i), static_cast<std::size_t>(n))) return {};
         i += n;
     }
-    return formula.size() > 80 || readcomposition(better.trimmed(), ignored).what ? text<80>()
-                                                                                  : better;
+    return formula.size() > 80 || readcomposition(better.trimmed(), ignored, false).what
+               ? text<80>()
+               : better;
 }
 
 // What may be meant by a word that is neither a material nor a formula; blank if nothing is found.
@@ -182,6 +203,9 @@ text<80> suggestion(std::string_view word)
     for (catalogue* const c : {&materials, &lines}) {
         const std::string_view name = c->similar(word);
         if (!name.empty()) return text<80>(name);
+    }
+    for (int k = 1; k <= elements().n; ++k) {
+        if (alike(elements().ename(k).trimmed(), word)) return text<80>(symbolof(k).trimmed());
     }
     return recapitalised(word);
 }
@@ -194,7 +218,7 @@ void comparematerials(std::string_view typed, absorber& a)
     const text<80> name(materials.similar(a.label));
     if (name.blank()) return;
     compound meant;
-    if (readcomposition(name.trimmed(), meant).what || !agree(meant, a.contents)) {
+    if (readcomposition(name.trimmed(), meant, false).what || !agree(meant, a.contents)) {
         const std::size_t symbol = without(a.label, 1).empty() || a.label[1] < 'a' ? 1 : 2;
         refuse(typed, "write %s for the material, %s1%s for the formula",
                cstring(name.trimmed()).ch, cstring(a.label.substr(0, symbol)).ch,
@@ -205,7 +229,7 @@ void comparematerials(std::string_view typed, absorber& a)
 
 void takeformula(std::string_view typed, absorber& a)
 {
-    const formulafault fault = readcomposition(a.label, a.contents);
+    const formulafault fault = readcomposition(a.label, a.contents, true);
     if (fault.what) {
         const text<80> better = suggestion(a.label);
         refuse(typed, "position %d: %s%s%s%s", fault.position, fault.what,
@@ -224,9 +248,10 @@ struct unit {
     double size;
 };
 constexpr unit units[] = {
-    {"nm", false, 1e-7},    {"um", false, 1e-4}, {"\u00B5m", false, 1e-4}, {"\u03BCm", false, 1e-4},
-    {"mm", false, 0.1},     {"cm", false, 1.0},  {"m", false, 100.0},      {"ug/cm2", true, 1e-6},
-    {"mg/cm2", true, 1e-3}, {"g/cm2", true, 1.0}};
+    {"nm", false, 1e-7},         {"um", false, 1e-4},    {"\u00B5m", false, 1e-4},
+    {"\u03BCm", false, 1e-4},    {"mm", false, 0.1},     {"cm", false, 1.0},
+    {"m", false, 100.0},         {"ug/cm2", true, 1e-6}, {"\u00B5g/cm2", true, 1e-6},
+    {"\u03BCg/cm2", true, 1e-6}, {"mg/cm2", true, 1e-3}, {"g/cm2", true, 1.0}};
 
 void takethickness(std::string_view typed, absorber& a)
 {
@@ -250,6 +275,7 @@ void readabsorber(std::string_view typed, absorber& a)
     const std::size_t equals = std::min(typed.rfind('='), typed.size());
     a.label = typed.substr(0, equals);
     a.thickness = without(typed, equals + 1);
+    a.typed = a.label;
     const std::size_t at = std::min(a.label.rfind('@'), a.label.size());
     const std::string_view density = without(a.label, at + 1);
     const bool set = at < a.label.size();

@@ -9,7 +9,8 @@
 
 /// One absorber, or one layer of several.
 struct absorber {
-    std::string_view label;  // as typed, without density and thickness
+    std::string_view typed;  // with its density, if that is set
+    std::string_view label;  // without
     compound contents;
     std::int32_t only = 0;       // the element, if the label is just its symbol
     double density = 0.0;        // g/cm3; 0 if it is not known
@@ -18,8 +19,8 @@ struct absorber {
     double areal = 0.0;          // its areal density, g/cm2
 };
 
-/// Reads an absorber: a material of "materials.dat", a formula, or a mixture by weight such as
-/// "Fe:70,Cr:30"; then "@" and a density in g/cm3, if it is to be set; then "=" and a thickness with
+/// Reads an absorber: a material of "materials.dat", a formula, or a mixture of both by weight such
+/// as "Fe:70,water:30"; then "@" and a density in g/cm3, if it is to be set; then "=" and a thickness with
 /// its unit, if there is one. Refuses what cannot be read. `typed` must outlive it.
 void readabsorber(std::string_view typed, absorber& a);
 

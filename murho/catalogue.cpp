@@ -4,14 +4,28 @@
 #include <sys/stat.h>
 
 #include <algorithm>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
 
 namespace {
+
+// True where the working directory is that of the shipped files.
+bool isshipped(const char* name)
+{
+    const char* const directory = std::getenv("ATTENUATION_DATA");
+    char path[PATH_MAX];
+    struct stat own = {}, shipped = {};
+    std::snprintf(path, sizeof path, "%s/%s", directory ? directory : ".", name);
+    return stat(name, &own) == 0 && stat(path, &shipped) == 0 && own.st_ino == shipped.st_ino &&
+           own.st_dev == shipped.st_dev;
+}
 
 // Opens the next of the two files. The shipped one has to be there.
 void opennext(catalogue& c)
 {
-    struct stat found {};
-    if (++c.opened == 1 && lstat(c.filename, &found) != 0) ++c.opened;
+    struct stat found = {};
+    if (++c.opened == 1 && (lstat(c.filename, &found) != 0 || isshipped(c.filename))) ++c.opened;
     if (c.opened <= 2) c.file.opentable(c.filename, c.opened == 1);
 }
 
@@ -32,7 +46,8 @@ std::string_view nextname(std::string_view& names)
     return name;
 }
 
-// True if two names differ at most in capitals, "-" and "_".
+}  // namespace
+
 bool alike(std::string_view a, std::string_view b)
 {
     const auto skip = [](std::string_view& s) {
@@ -47,15 +62,19 @@ bool alike(std::string_view a, std::string_view b)
     }
 }
 
-}  // namespace
-
 bool catalogue::next()
 {
     if (opened == 0) opennext(*this);
     while (opened <= 2) {
-        if (!file.next(line)) opennext(*this);
-        else if (line(600) != ' ') stopat(file, "a line of more than 599 characters");
-        else if (line(1) != '#' && (line(1) != ' ' || !line.blank())) return true;
+        if (!file.next(line)) {
+            opennext(*this);
+        } else if (line(1) != '#' && (line(1) != ' ' || !line.blank())) {
+            if (line(600) != ' ') stopat(file, "a line of more than 599 characters");
+            for (std::size_t i; (i = line.all().find('\t')) != std::string_view::npos;)
+                line.ch[i] = ' ';
+            if (field(2).empty()) stopat(file, "expected names, \"|\" and what they are");
+            return true;
+        }
     }
     return false;
 }

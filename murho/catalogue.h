@@ -13,6 +13,9 @@
 constexpr const char* materialtable = "materials.dat";  // names | composition | g/cm3 | what it is
 constexpr const char* linetable = "lines.dat";          // names | keV | what it is
 
+/// True if two names differ at most in capitals, "-" and "_".
+bool alike(std::string_view a, std::string_view b);
+
 /// A catalogue while it is being read.
 struct catalogue {
     const char* filename;

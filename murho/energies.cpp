@@ -12,7 +12,8 @@
 
 namespace {
 
-constexpr int points = 300;  // of a range "FROM:TO"
+constexpr int points = 300;      // of a range "FROM:TO"
+constexpr double highest = 1e9;  // keV: far beyond any table, and finite in 32 bits
 
 void add(energylist& list, const photon& p)
 {
@@ -42,7 +43,7 @@ double lineenergy(std::string_view name)
 double readenergy(std::string_view typed, std::string_view part)
 {
     const double keV = positive(part);
-    if (keV > 0.0) return keV;
+    if (keV > 1.0 / highest && keV < highest) return keV;
     if (const double line = lineenergy(part); line > 0.0) return line;
     catalogue lines(linetable);
     const std::string_view name = lines.similar(part);
@@ -74,8 +75,10 @@ void addrange(double from, double to, std::span<const absorber> absorbers, energ
     const int first = list.n;
     for (const absorber& a : absorbers) addedges(a, from, to, list);
     const int edges = list.n;
+    const double step = std::log(to / from) / (points - 1);
     for (int i = 0; i < points; ++i) {
-        const double keV = rounded(from * std::pow(to / from, i / (points - 1.0)), 6);
+        const double exact = rounded(from * std::exp(i * step), step > 1e-4 ? 6 : 9);
+        const double keV = i == 0 ? from : i == points - 1 ? to : std::clamp(exact, from, to);
         const auto same = [keV](const photon& p) { return p.keV == keV; };
         if (std::none_of(list.item.item + first, list.item.item + edges, same)) add(list, {keV});
     }

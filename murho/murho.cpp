@@ -5,13 +5,16 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <climits>
 #include <cmath>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 
 #include "base/channel.h"
+#include "base/printable.h"
 #include "murho/absorber.h"
 #include "murho/catalogue.h"
 #include "murho/energies.h"
@@ -101,34 +104,32 @@ void findtables()
 {
     char self[PATH_MAX];
     const ssize_t length = readlink("/proc/self/exe", self, sizeof self);
-    if (std::getenv("ATTENUATION_DATA") != nullptr || length <= 0) return;
+    if (const char* const set = std::getenv("ATTENUATION_DATA"); set != nullptr && *set) return;
+    if (length <= 0) return;
     const std::string_view path(self, static_cast<std::size_t>(length));
     const auto bin = static_cast<int>(path.rfind('/'));
     for (const char* const data : {"/../" DATA "/attenuation", "/../data"}) {
         char wanted[2 * PATH_MAX], directory[PATH_MAX], file[2 * PATH_MAX];
-        struct stat found {};
+        struct stat found = {};
         std::snprintf(wanted, sizeof wanted, "%.*s%s", bin, self, data);
         if (realpath(wanted, directory) == nullptr) continue;
         std::snprintf(file, sizeof file, "%s/%s", directory, materialtable);
         if (stat(file, &found) != 0) continue;
-        setenv("ATTENUATION_DATA", directory, 0);
+        setenv("ATTENUATION_DATA", directory, 1);
         return;
     }
-    setenv("ATTENUATION_DATA", FULL_DATA "/attenuation", 0);
+    setenv("ATTENUATION_DATA", FULL_DATA "/attenuation", 1);
 }
 
 void printmaterials(output& out)
 {
     catalogue materials(materialtable);
     while (materials.next()) {
-        const auto show = [&out](std::string_view s, int width) {
-            out.print("%-*.*s ", width, static_cast<int>(s.size()), s.data());
-        };
-        show(materials.field(1), 30);
-        show(materials.field(3), 11);
-        show(materials.field(4), 40);
-        show(materials.field(2), 0);
-        out.print("\n");
+        for (const int k : {1, 3, 4, 2}) {
+            const int width = k == 1 ? 30 : k == 3 ? 11 : 40;
+            const printable<600> shown(materials.field(k));
+            out.print("%-*.*s%s", k == 2 ? 0 : width, shown.length, shown.ch, k == 2 ? "\n" : " ");
+        }
     }
 }
 
@@ -138,39 +139,38 @@ void readinput(request& r)
     if (isatty(STDIN_FILENO)) {
         dprintf(STDERR_FILENO, "%s: energies in keV, one a line; Ctrl-D ends them\n", commandname);
     }
-    char* line = nullptr;
-    std::size_t room = 0;
-    for (ssize_t length; (length = getline(&line, &room, stdin)) >= 0;) {
-        std::string_view rest(line, static_cast<std::size_t>(length));
-        rest = rest.substr(0, rest.find('#'));
-        const auto space = [](char c) { return c == ' ' || (c >= '\t' && c <= '\r'); };
-        while (!rest.empty() && space(rest.front())) rest.remove_prefix(1);
-        while (!rest.empty() && space(rest.back())) rest.remove_suffix(1);
-        if (!rest.empty()) readenergies(rest, r.all(), energies);
+    if (read(STDIN_FILENO, nullptr, 0) < 0) stop("standard input: %s", std::strerror(errno));
+    text<200> line;
+    while (readrecord(ninput, line)) {
+        std::replace(line.ch, line.ch + sizeof line.ch, '\t', ' ');
+        const std::string_view word = stripped(line.all().substr(0, line.all().find('#')));
+        if (line(200) != ' ') refuse(word, "a line of more than 199 characters");
+        if (!word.empty()) readenergies(word, r.all(), energies);
     }
-    if (std::ferror(stdin)) stop("standard input: read error");
-    std::free(line);
 }
 
-// Names the columns and their units, and the densities in use.
+// Names the columns and their units, then the layers and the densities in use.
 void printheader(request& r, output& out)
 {
     out.print("# keV");
     for (absorber& a : r.all()) {
-        const int length = static_cast<int>(a.label.size());
-        const char* const name = a.label.data();
+        const cstring name(a.typed);
         if (r.linear) needdensity(a);
         if (r.edges) out.print(" below[cm2/g] above[cm2/g]");
-        else if (r.linear) out.print(" %.*s[1/cm]", length, name);
-        else if (r.passing > 0.0) out.print(" %.*s[mg/cm2]", length, name);
-        else if (!r.layers()) out.print(" %.*s[cm2/g]", length, name);
-        if (r.passing > 0.0 && finddensity(a)) out.print(" %.*s[mm]", length, name);
+        else if (r.linear) out.print(" %s[1/cm]", name.ch);
+        else if (r.passing > 0.0) out.print(" %s[mg/cm2]", name.ch);
+        else if (!r.layers()) out.print(" %s[cm2/g]", name.ch);
+        if (r.passing > 0.0 && finddensity(a)) out.print(" %s[mm]", name.ch);
     }
     out.print(r.layers() ? " transmission\n" : "\n");
     for (const absorber& a : r.all()) {
-        if (a.density <= 0.0 || (!r.linear && r.passing <= 0.0 && !r.layers())) continue;
-        out.print("# %.*s: %.6g g/cm3%s%.*s\n", static_cast<int>(a.label.size()), a.label.data(),
-                  a.density, a.form.blank() ? "" : ", ", a.form.length(), a.form.ch);
+        const bool dense = a.density > 0.0 && (r.linear || r.passing > 0.0 || r.layers());
+        if (!dense && !r.layers()) continue;
+        out.print("# %s", cstring(a.label).ch);
+        if (r.layers()) out.print("=%s", cstring(a.thickness).ch);
+        if (dense) out.print(": %.6g g/cm3", a.density);
+        if (dense && !a.form.blank()) out.print(", solid, %s", cstring(a.form.trimmed()).ch);
+        out.print("\n");
     }
 }
 
@@ -268,6 +268,7 @@ void readarguments(int argc, char** argv, request& r)
         else if (r.n == most) refuse(*word, "more than %d absorbers", most);
         else readabsorber(*word, r.absorbers(++r.n));
     }
+    for (char** word = first; r.n == 0 && word != last; ++word) readenergies(*word, {}, energies);
     if (r.n == 0) refuse("", "no absorber; see murho --help");
     checkrequest(r);
     if (r.edges) {

@@ -7,9 +7,9 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstddef>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <type_traits>
 
 #include "base/channel.h"
@@ -118,22 +118,16 @@ bool endedinplace() { return isatty(STDIN_FILENO) && (inputended() || inputcount
 
 void infopath()
 {
+    // The fields of the record in order, 80 characters each.
+    static constexpr const char* variables[] = {"TANOHEPATH", "TANOUTPATH", "TERM", "EDITOR",
+                                                "SHELL",      "COLORFILE",  "PWD"};
     static_assert(std::is_standard_layout_v<pathrecord> && sizeof(pathrecord) == 6 * 80 + 132);
-    struct {
-        const char* variable;
-        std::size_t place;
-    } const fields[] = {
-        {"TANOHEPATH", offsetof(pathrecord, hepath)}, {"TANOUTPATH", offsetof(pathrecord, utpath)},
-        {"TERM", offsetof(pathrecord, term)},         {"EDITOR", offsetof(pathrecord, editor)},
-        {"SHELL", offsetof(pathrecord, shell)},       {"COLORFILE", offsetof(pathrecord, colfile)},
-        {"PWD", offsetof(pathrecord, workdir)},
-    };
     path = pathrecord{};  // a second call shows nothing of the first
     char* const record = reinterpret_cast<char*>(&path);
-    for (const auto& field : fields) {
-        const char* value = std::getenv(field.variable);
+    for (std::size_t i = 0; i < std::size(variables); ++i) {
+        const char* value = std::getenv(variables[i]);
         if (value == nullptr) continue;
-        std::size_t place = field.place;
+        std::size_t place = 80 * i;
         do {  // runs on into the following fields, on purpose; an empty value writes one NUL
             record[place++] = *value;
         } while (*value != '\0' && *++value != '\0' && place < sizeof(pathrecord));

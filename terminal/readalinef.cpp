@@ -3,6 +3,7 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -42,26 +43,31 @@ void restoreterminal()
 // their own keys and by those of an inputrc: vi-editing-mode (M-C-j, M-C-m), every other "vi-"
 // command, re-read-init-file (C-x C-r) with "set editing-mode vi", macros of them, and
 // execute-named-command (M-x), which newer editors have. C-e of vi mode leads out of it only.
-bool refused(rl_command_func_t* command)
-{
-    for (int i = 0; funmap[i] != nullptr; ++i) {
-        const std::string_view name = funmap[i]->name;
-        if (funmap[i]->function == command &&
-            (name.starts_with("vi-") || name == "re-read-init-file" ||
-             name == "execute-named-command")) {
-            return true;
+struct refusedcommands {
+    int n = 0;
+    dim<rl_command_func_t*, 1, 200> item;
+
+    refusedcommands()
+    {
+        for (int i = 0; funmap[i] != nullptr && n < 200; ++i) {
+            const std::string_view name = funmap[i]->name;
+            if (name.starts_with("vi-") || name == "re-read-init-file" ||
+                name == "execute-named-command") {
+                item(++n) = funmap[i]->function;
+            }
         }
     }
-    return false;
-}
+};
 
 // Takes them from all keys of a keymap, and of those that its prefixes lead to.
-void takekeys(Keymap keys)
+void takekeys(Keymap keys, const refusedcommands& refused)
 {
+    const auto* const end = refused.item.item + refused.n;
     for (int key = 0; key < KEYMAP_SIZE; ++key) {
         rl_command_func_t*& command = keys[key].function;
-        if (keys[key].type == ISKMAP) takekeys(reinterpret_cast<Keymap>(command));
-        else if (keys[key].type == ISFUNC && refused(command)) command = nothingdone;
+        if (keys[key].type == ISKMAP) takekeys(reinterpret_cast<Keymap>(command), refused);
+        else if (command == rl_insert || command == nullptr) continue;
+        else if (std::find(refused.item.item, end, command) != end) command = nothingdone;
     }
 }
 
@@ -82,7 +88,7 @@ void prepareediting()
     rl_variable_bind("convert-meta", "off");
     rl_variable_bind("output-meta", "on");
     rl_variable_bind("editing-mode", "emacs");
-    takekeys(emacs_standard_keymap);
+    takekeys(emacs_standard_keymap, refusedcommands());
     rl_completion_entry_function = nothing;
 }
 
