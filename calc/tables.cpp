@@ -166,7 +166,8 @@ void checkrow(const tablerows& t, int i, const text<80>& line)
     if (pair && !(t.yi(i) > t.yi(i - 1))) {
         stopat(coefficients, "mu/rho of %s does not rise at this edge", name);
     }
-    if (line(37, 80) != blanks(44)) stopat(coefficients, "text after column 36 of a row of %s", name);
+    if (line(37, 80) != blanks(44))
+        stopat(coefficients, "text after column 36 of a row of %s", name);
     for (const int column : {15, 16, 26, 27}) {
         if (!isdecimal(line(column))) continue;
         stopat(coefficients, "a row of %s has numbers outside their columns", name);
