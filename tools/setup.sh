@@ -2,8 +2,8 @@
 # tools/setup.sh: installing and building, shared by ./run and ./check, which source this file.
 #
 # To be sourced with the repository as the current directory and $root its path, free of links.
-# Standard input and standard output are left alone; standard error gets a word only when something
-# is really done or goes wrong.
+# Nothing reads standard input or writes to standard output. Standard error gets a line only when
+# something is done or fails.
 # shellcheck shell=bash disable=SC2034
 
 builddir=${root:?}/build
@@ -36,6 +36,13 @@ for_packaging=(
     "command mandoc      mandoc"
     "command perl        perl"
 )
+for_package=(
+    "command reuse       reuse"
+    "command lintian     lintian"
+    "command dh          debhelper"
+    "command latex       texlive-latex-base"
+    "package build-essential build-essential"
+)
 for_everything=(
     "command valgrind    valgrind"
     "command clang-tidy  clang-tidy"
@@ -43,17 +50,14 @@ for_everything=(
     "command shellcheck  shellcheck"
     "command cppcheck    cppcheck"
     "module libxrl       libxrl-dev"
-    "command reuse       reuse"
-    "command lintian     lintian"
-    "command dh          debhelper"
-    "package build-essential build-essential"
     "${for_examples[@]}"
     "${for_packaging[@]}"
+    "${for_package[@]}"
 )
 
 say() { printf 'attenuation: %s\n' "$*" >&2; }
 
-# Prints the packages of those needs that are not met, each behind a blank.
+# Prints the packages of those needs that are not met, each after a blank.
 missing() {
     local need kind name package
     for need; do
@@ -70,11 +74,16 @@ missing() {
 # Runs a command; what it prints is kept in the log.
 logged() { "$@" </dev/null >>"$log" 2>&1; }
 
-# The same for a step that must succeed: if it fails, shows the log and ends.
+# The same for a step that must succeed: if it fails, shows the end of what it printed, and ends. Many
+# failures of apt have one cause; the last line names it.
 must() {
     logged "$@" && return
-    cat "$log" >&2
+    tail -n 20 "$log" >&2
     say "failed: $*"
+    say "the whole log: $log"
+    if grep -q "^[EW].*\(resolving\|resolve\|connect\|unreachable\)" "$log"; then
+        say "the cause: no connection to the package server; check the network"
+    fi
     exit 1
 }
 
@@ -84,19 +93,19 @@ startlog() {
     local from
     printf -v from %q "$root"
     say "cannot write to $builddir; to build elsewhere and start from there:"
-    say "    cmake -S $from -B ~/attenuation -DBUILD_TESTING=OFF && cmake --build ~/attenuation"
-    say "    cd $from/data && TANOHEPATH=. ~/attenuation/attenuation"
+    say "    cmake -S $from -B ~/attenuation-build -DBUILD_TESTING=OFF && cmake --build ~/attenuation-build"
+    say "    cd $from/data && TANOHEPATH=. ~/attenuation-build/attenuation"
     exit 1
 }
 
-# Installs what is missing of the needs given; ends where that is impossible.
+# Installs what is missing; ends if that is impossible.
 install_missing() {
-    local packages apt=(env DEBIAN_FRONTEND=noninteractive apt-get)
+    local packages apt=(env LC_ALL=C DEBIAN_FRONTEND=noninteractive apt-get)
     read -ra packages <<<"$(missing "$@")"
     [[ ${#packages[@]} -eq 0 ]] && return
 
     if ! command -v apt-get >/dev/null; then
-        say "please install what these Debian packages hold (there is no apt-get here):"
+        say "there is no apt-get here; please install what these Debian packages contain:"
         say "    ${packages[*]}"
         exit 1
     elif [[ $EUID -ne 0 ]] && ! command -v sudo >/dev/null; then
@@ -116,8 +125,8 @@ install_missing() {
 # True when no source has changed since the last build. Directories count too: they change when a
 # file is added, renamed or removed.
 uptodate() {
-    [[ -x $builddir/attenuation && -e $builddir/built ]] &&
-        [[ -z $(find base calc help prompt terminal CMakeLists.txt CMakePresets.json \
+    [[ -x $builddir/attenuation && -x $builddir/murho && -e $builddir/built ]] &&
+        [[ -z $(find base calc help murho prompt terminal CMakeLists.txt CMakePresets.json \
             -newer "$builddir/built" -print -quit) ]]
 }
 
