@@ -42,7 +42,6 @@ struct dim {
         if (i < lo || i > hi) stop("index %d outside %d..%d", i, lo, hi);
         return i - lo;
     }
-    bool operator==(const dim&) const = default;
 };
 
 /// n characters, numbered from 1, blank beyond the text. Longer texts are cut, shorter ones padded.

@@ -5,8 +5,8 @@
 
 namespace {
 
-// Length of the UTF-8 letter at the front, 2 to 4; 0 where none is there in full and in its
-// one right form, or where it is one of the controls 128 to 159.
+// Length of the UTF-8 letter at the front, 2 to 4; 0 if it is incomplete, not in its shortest form,
+// or a control code 128 to 159.
 std::size_t letterlength(std::string_view front)
 {
     const unsigned lead = static_cast<unsigned char>(front[0]);
@@ -31,7 +31,7 @@ int makeprintable(std::string_view from, char* to, std::size_t room)
     while (!from.empty()) {
         const unsigned c = static_cast<unsigned char>(from[0]);
         const bool control = (c < 32 && c != '\t') || (c >= 127 && c <= 159);
-        const std::size_t letter = c < 128 ? 1 : std::max<std::size_t>(letterlength(from), 1);
+        const std::size_t letter = std::max<std::size_t>(letterlength(from), 1);
         if ((control ? 2 : letter) > room - count) break;
         if (control) {
             to[count++] = c < 128 ? '^' : '~';

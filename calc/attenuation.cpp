@@ -153,7 +153,6 @@ void atcoefficient(std::int32_t input, std::int32_t output, std::int32_t j,
         }
         findblock(name);
         attenuation(value, a(i));
-        coefficients.close();
         c.add(indx(i), static_cast<float>(mult(i)) * emolweight(indx(i)));
     }
     atc = mixture(c, a);
@@ -235,8 +234,6 @@ constexpr float energy2 = 136.46f, weight2 = 0.111f;
 struct sample {
     elementlist elements;
     text<4> source = "xkeV";         // "57Co" for its two lines
-    std::int32_t nz = 0;             // atomic number, 0 for a compound
-    std::int32_t iread = 0;          // 1 once the density of an element has been read
     float density = 0.0f;            // g/cm3
     float atc = 0.0f;                // mu/rho, cm2/g
     float atc1 = 0.0f, atc2 = 0.0f;  // at the two lines of 57Co
@@ -335,12 +332,10 @@ void elementpath(sample& s, const text<12>& name, const absorber& chosen)
 {
     float energy = chosen.value;
     promptvalue("Photon energy in keV", chosen.form, energy, "read/energy");
-    s.nz = findblock(name);
-    s.iread = 1;
-    s.density = elementdensity(s.nz);
+    const std::int32_t nz = findblock(name);
+    s.density = elementdensity(nz);
     attenuation(energy, s.atc);
     printcoefficient(s, 7);
-    coefficients.close();
 }
 
 // Asks for the energy, `value` in keV being offered, and gives mu/rho of the compound.
@@ -404,8 +399,6 @@ void askthickness(sample& s, std::int32_t lqq)
     if (lqq == 2) {
         float value = 0.125f;
         promptvalue("thickness in mm", "f8.4", value, "read/mgcm2");  // the key of the other unit
-        // The density of an element is read with its number, so this does not ask again.
-        if (s.nz >= 1 && s.nz <= 99 && s.iread == 0) s.density = elementdensity(s.nz);
         s.thick = s.density * value / 10.0f;
     }
 }

@@ -25,7 +25,7 @@ bool isplain(std::string_view word, int points)
     return digits > 0;
 }
 
-// The digits of a word as one number; what else is in it does not count.
+// The digits of a word as one number; other characters are ignored.
 double digits(std::string_view word)
 {
     double number = 0.0;

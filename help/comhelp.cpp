@@ -173,7 +173,8 @@ void flowinglayout(menu& m)
             used = 0;
             nextrow(m, 0);
         } else if (used > m.npx) {
-            used = width + 4;  // not 6: the first cell of a row counts less, on purpose
+            used =
+                width + 4;  // not 6: the first cell of a row counts less; the layout depends on it
             --scrd.lpart(m.iz);
             nextrow(m, 1);
         }
@@ -202,7 +203,7 @@ void setup(menu& m)
     m.jjq = m.jq = m.ikey = 0;
 }
 
-// First entry behind `from` that contains the text, from the top again if there is none; lq + 1 if
+// First entry after `from` that contains the text, from the top again if there is none; lq + 1 if
 // no entry does.
 int search(const menu& m, int from)
 {
@@ -266,7 +267,8 @@ int lastbeside(int k, int last)
 }
 
 // How many cells a line of a row takes: the first digit of the count. A row of ten and more entries
-// therefore comes out as several lines, which are counted as one. Kept as it is.
+// therefore comes out as several lines. The menu counts them as one, and its cursor movements rely
+// on that.
 int cellsperline(int count)
 {
     text<8> number;
@@ -274,11 +276,11 @@ int cellsperline(int count)
     return number(2) == ' ' ? 1 : number(2) - '0';
 }
 
-// A row of the menu: `count` entries behind entry `ii`.
+// A row of the menu: `count` entries after entry `ii`.
 struct menurow {
     int ii, count;
     bool wide;   // a single entry too wide for one line,
-    int broken;  // broken behind this column of its cell, and never in its control sequence
+    int broken;  // broken after this column of its cell, and never in its control sequence
     int lines;   // of the screen
 };
 
@@ -429,7 +431,7 @@ void recordchoice(const menu& m)
     writerecord(nscript, {line(1, std::max(m.npx, 5))});
 }
 
-// Wipes the answer line, or lines; the cursor stands on it again.
+// Wipes the answer line, or lines; the cursor ends on it.
 void wipeanswer(const menu& m)
 {
     const int width = m.echo > m.npx ? term.ncol(1) : m.npx;
@@ -440,7 +442,7 @@ void wipeanswer(const menu& m)
     }
 }
 
-// Wipes the rows from the bottom up; the cursor then stands where the first row goes. The bound
+// Wipes the rows from the bottom up; the cursor ends where the first row goes. The bound
 // differs from the drawing's, and both are kept.
 void wiperows(menu& m)
 {
@@ -496,7 +498,7 @@ step decide(menu& m)
 
 void showhelp(menu& m)
 {
-    if (m.jq == 0) return;  // nothing highlighted: the menu starts again as it stands
+    if (m.jq == 0) return;  // nothing highlighted: the menu starts again unchanged
     help(scrd.helpar(m.jq));
     m.jq = 0;
     m.lq = m.lqin;
@@ -610,7 +612,7 @@ void writeprintable(std::string_view before, std::string_view from, std::string_
     writerecord(cmpa.nwrwin, {before, shown.view(), after});
 }
 
-// The line of the file is the header of the wanted entry. "nn" in its columns 6 and 7 stands for
+// The line of the file is the header of the wanted entry. "nn" in its columns 6 and 7 matches
 // any two characters.
 bool isheader(const text<80>& line, const text<132>& key)
 {
@@ -684,7 +686,7 @@ bool showpage(display& d, bool& more)
     return rows >= d.page;
 }
 
-// Shows the text behind the header page by page, with a pause after each. The line that ends it is
+// Shows the text after the header page by page, with a pause after each. The line that ends it is
 // left in `line`, which is blank at the end of the file. False if the first line of a page named
 // another entry to go on with, which is now the key.
 bool showtext(display& d)
@@ -718,7 +720,7 @@ bool showentry(display& d)
     return false;
 }
 
-// The name that stands from column `i` of a line on, if it is a plain one: it becomes part of a
+// The name from column `i` of a line on, if it is plain: it becomes part of a
 // shell command and of a path. Blank otherwise.
 text<80> plainname(const text<80>& line, int i)
 {
@@ -879,7 +881,7 @@ void helproutine(const text<132>& chcom, const text<132>& helpfile)
     d.page = std::max(rows - 1, 1);
     d.key = chcom;
     const cstring name(helpfile.trimmed());
-    if (name[0] == '\0' || !d.file.open(name) || d.key.blank()) {
+    if (!d.file.open(name) || d.key.blank()) {
         writerecord(nwr, {"entry of helpfile  could not be identified"});
         return;
     }
@@ -891,13 +893,10 @@ void helproutine(const text<132>& chcom, const text<132>& helpfile)
     d.starred = d.key(lc) == '*';
     if (d.starred) d.key(lc) = ' ';
 
-    // All of the caller's entries are kept, and here, not behind the entries in use: a menu of
-    // related entries may be long, and help may be asked for inside it.
+    // All of the caller's entries are saved: a menu of related entries may be long, and help may be
+    // asked for inside it. After a failure they stay lost, as required.
     const auto queryar = scrd.queryar;
-    const auto ext = scrd.ext;
-    const bool kept = walk(d);
-    scrd.ext = ext;
-    if (kept) scrd.queryar = queryar;  // else they are lost, as ever
+    if (walk(d)) scrd.queryar = queryar;
 }
 
 void help(const text<132>& chin)

@@ -12,7 +12,7 @@ struct menurecord {
     dim<text<132>, 1, 64> queryar;    // entry text, also what typed text is searched in; on return
                                       // cut at the terminal width
     dim<text<132>, 1, 64> helpar;     // help key of the entry
-    dim<text<16>, 1, 64> ext;         // short annotation behind the text, or blank
+    dim<text<16>, 1, 64> ext;         // short annotation after the text, or blank
     dim<text<132>, 1, 64> type;       // display cell with its control sequences
     dim<std::int32_t, 1, 64> ld;      // length of ext
     dim<std::int32_t, 1, 64> lw;      // length of queryar after the cut
@@ -50,7 +50,7 @@ struct helprecord {
 };
 extern helprecord cmpa;
 
-/// Name of this program's help file behind the help directory, with a leading "/"; set at start-up.
+/// Name of this program's help file relative to the help directory, with a leading "/"; set at start-up.
 struct localrecord {
     text<80> localhepath;
 };

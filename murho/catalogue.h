@@ -2,8 +2,8 @@
 // murho/catalogue.h: the files of named things, "materials.dat" and "lines.dat".
 //
 // One line each: fields between "|", the first of them one or more names, set off by blanks. Empty
-// lines, and lines that begin with "#", do not count. A file of that name in the working directory
-// extends the shipped one; its names come first.
+// lines, and lines that begin with "#", are ignored. A file of that name in the working directory
+// adds to the shipped one; its names come first.
 #pragma once
 
 #include <string_view>

@@ -33,7 +33,7 @@ const char usage[] =
     "or the transmission of layers that have a thickness.\n"
     "\n"
     "ABSORBER   a formula (Fe, H2O, Ca(OH)2, CuSO4.5H2O, Fe_2O_3), hydrogen to uranium,\n"
-    "           a mixture by weight (Fe:70,Cr:19,Ni:11), or a material (kapton, air);\n"
+    "           a material (kapton, air), or a mixture by weight (Fe:70,Cr:19,Ni:11);\n"
     "           @7.9 after it sets the density in g/cm3\n"
     "THICKNESS  25um, 0.1mm, 10cm, 8mg/cm2, 2g/cm2\n"
     "ENERGY     in keV; FROM:TO for a curve with both sides of each edge, FROM:TO:STEP,\n"
@@ -41,7 +41,7 @@ const char usage[] =
     "           without any, energies are read from standard input\n"
     "\n"
     "  -m, --mu       the linear coefficient in 1/cm in place of mu/rho\n"
-    "  -f, --for T    the thickness that lets the part T through: mg/cm2, and mm where\n"
+    "  -f, --for T    the thickness with the transmission T: in mg/cm2, and in mm where\n"
     "                 the density is known\n"
     "  -e, --edges    the absorption edges, with mu/rho below and above\n"
     "  -l, --list     the materials\n"
@@ -233,7 +233,8 @@ bool readoptions(int argc, char** argv, request& r, output& out)
         if (letter == 'm') r.linear = true;
         if (letter == 'e') r.edges = true;
         if (letter == 'f') r.passing = positive(optarg);
-        if (letter == 'f' && !(r.passing < 1.0)) refuse(optarg, "--for takes a number from 0 to 1");
+        if (letter == 'f' && !(r.passing < 1.0))
+            refuse(optarg, "expected a transmission between 0 and 1");
         if (letter == 'l') printmaterials(out);
         if (letter == 'h') out.print("%s", usage);
         if (letter == 'V') out.print("%s", version);
@@ -256,7 +257,7 @@ void checkrequest(const request& r)
         }
     }
     if (r.linear + r.edges + (r.passing > 0.0) > 1)
-        refuse("", "give one of --mu, --for and --edges");
+        refuse("", "give only one of --mu, --for and --edges");
 }
 
 void readarguments(int argc, char** argv, request& r)

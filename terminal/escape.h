@@ -44,7 +44,7 @@ constexpr std::string_view up3 = "\033[3A";
 inline void cursorup(int unit, std::string_view lines) { writerecord(unit, {" ", lines}); }
 
 /// Takes the cursor to the start of a line: that in which it is if it is there already, the next
-/// one if it is behind column 2. The blanks reach the edge of the terminal, and pass it if they
+/// one if it is beyond column 2. The blanks reach the edge of the terminal, and pass it if they
 /// begin further right.
 inline void freshline(int unit, int width)
 {

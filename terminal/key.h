@@ -37,7 +37,7 @@ struct pathrecord {
 extern pathrecord path;
 
 /// Measures the terminal on file descriptor `fd` into entry `it` + 1 of `term` (`it` = 0..7).
-/// Returns 1 when the size query succeeded, else 0. A descriptor that is no terminal, a failing
+/// Returns 1 when the size query succeeded, else 0. A descriptor that is not a terminal, a failing
 /// query and a width of 0 give 80 columns, 24 rows and a line width `npl` of 80.
 int pr_winsize(int fd, int it);
 

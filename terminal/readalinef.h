@@ -8,7 +8,7 @@
 
 #include "base/field.h"
 
-/// Reads one edited line behind `prompt`. Puts the code of each character, sign-extended from a
+/// Reads one edited line after `prompt`. Puts the code of each character, sign-extended from a
 /// signed byte, into k(1), k(2), ... and returns their count: 0 for an empty line and at the end of
 /// input (`inputended` then holds). Characters beyond the 132nd are dropped.
 int readaline(dim<std::int32_t, 1, 132>& k, const char* prompt);

@@ -2,7 +2,7 @@
 // tools/accuracy.cpp: how far the program's interpolation is off.
 //
 // Compares mu/rho as the program gives it with xraylib, an independent library that evaluates the
-// cross sections behind XCOM up to 800 keV, for the table as shipped and for the published one.
+// cross sections that XCOM uses up to 800 keV, for the table as shipped and for the published one.
 // Above, nothing independent is at hand: the reference is a smooth curve through the published
 // values, which shows what reading between the rows adds. The figures have one home: accuracy.txt,
 // between its two lines of dashes.
@@ -226,10 +226,10 @@ int differ(const std::string& stands, const std::string& is)
     } while (a == b && !a.empty());
     const std::string label = (is.empty() ? stands : is).substr(0, 15);
     return fail("accuracy.txt," + label.substr(0, label.find_last_not_of(' ') + 1) + ": \"" + a +
-                "\" stands there, the table gives \"" + b + "\"; --write puts it right");
+                "\" is there, the table gives \"" + b + "\"; --write corrects it");
 }
 
-// Compares what stands between the dashes with what is measured, or puts it there.
+// Compares the lines between the dashes with the measured ones, or writes them.
 int checkorwrite(const std::filesystem::path& file, const strings& is, bool write)
 {
     strings page = readlines(file.c_str());

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// tools/peer.cpp: murho beside xraylib, an independent library.
+// tools/peer.cpp: murho compared with xraylib, an independent library.
 //
 // Compares, and fails where they differ: the atoms of formulas, written at random and from a list;
 // the compositions and densities of the materials that NIST lists; the energies of X-ray lines;
