@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// bench/sum_xraylib.cpp: what murho does, by xraylib: mu/rho of a formula at one energy in keV, or at many.
+// bench/sum_xraylib.cpp: what murho does, by xraylib: mu/rho of a formula at one energy in keV, or
+// at many.
 #include <xraylib.h>
+
 #include <cstdio>
 #include <cstdlib>
 

@@ -2,10 +2,11 @@
 // tests/cases.h: tables of cases, out of the text files in tests/cases.
 //
 // One case is one row of fields separated by " | "; blanks around a field count only inside double
-// quotes. A row goes on in the next line after a "\" at its end; blanks ahead of what follows do not
-// count. \n, \r, \t, \e (escape) and octal codes such as \0 or \177 mean those characters, \u the
-// line " \e[2A\n", any other character behind "\" itself, and {3*ab} means ababab. "#" at the start
-// of a line, or after two blanks, begins a comment; [name] a section, which has a check of its own.
+// quotes. A row goes on in the next line after a "\" at its end; blanks ahead of what follows do
+// not count. \n, \r, \t, \e (escape) and octal codes such as \0 or \177 mean those characters, \u
+// the line " \e[2A\n", any other character behind "\" itself, and {3*ab} means ababab. "#" at the
+// start of a line, or after two blanks, begins a comment; [name] a section, which has a check of
+// its own.
 #pragma once
 
 #include <gtest/gtest.h>

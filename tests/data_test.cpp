@@ -24,8 +24,8 @@ std::uint64_t checksum(const std::string& file)  // FNV-1a
 
 const std::string shipped = "attenuation.coefficients", published = "published/" + shipped;
 
-// How far mu/rho of row i is from a smooth curve through 2 to 4 rows around it, in per cent: from the
-// nearest of the polynomials in log-log. None reaches across an edge.
+// How far mu/rho of row i is from a smooth curve through 2 to 4 rows around it, in per cent: from
+// the nearest of the polynomials in log-log. None reaches across an edge.
 double offcurve(const std::vector<tablerow>& r, std::size_t i)
 {
     const auto joined = [&](auto k) { return k % r.size() > 0 && r[k].keV > r[k - 1].keV; };
@@ -67,8 +67,8 @@ TEST(Tables, AreWholeAndSmooth)
     EXPECT_EQ(rough, 37);  // most of all rhenium and osmium beside M edges, where rows are few
 }
 
-// What the table lacks of the published one is listed, with the deviation of the program in per cent.
-// Where that is more than 0.1 %, two other calculations on the same line agree with the program.
+// What the table lacks of the published one is listed, with the deviation of the program in per
+// cent. Where that is more than 0.1 %, two other calculations on the same line agree with it.
 TEST(Tables, GiveThePublishedValues)
 {
     std::filesystem::current_path(DATA_DIR);

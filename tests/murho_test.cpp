@@ -27,16 +27,13 @@ TEST(Murho, Cases)
     const workdirectory here;  // without any table
     setenv("MURHO", MURHO, 1);
     setenv("ATTENUATION_DATA", DATA_DIR, 1);
-    cases("murho.txt",
-          {
-              {"formulas", [](auto& c) { c.expectin(said([&c] { tellformula(c[0]); }), 1); }},
-              // What it says goes to one place, and its status after it.
-              {"commands",
-               [&here](auto& c) {
-                   std::filesystem::current_path(here.path);
-                   const std::string command = "{ " + c[0] + "; } 2>&1; echo \"($?)\"";
-                   c.expectin(said([&] { execl("/bin/sh", "sh", "-c", command.c_str(), nullptr); }),
-                              1);
-               }},
-          });
+    checks check;
+    check["formulas"] = [](auto& c) { c.expectin(said([&c] { tellformula(c[0]); }), 1); };
+    // What it says goes to one place, and its status after it.
+    check["commands"] = [&here](auto& c) {
+        std::filesystem::current_path(here.path);
+        const std::string command = "{ " + c[0] + "; } 2>&1; echo \"($?)\"";
+        c.expectin(said([&] { execl("/bin/sh", "sh", "-c", command.c_str(), nullptr); }), 1);
+    };
+    cases("murho.txt", check);
 }
