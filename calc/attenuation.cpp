@@ -167,8 +167,8 @@ float elementdensity(std::int32_t nz)
     readmodifications(nz, found);
     std::int32_t lq = found.n, lk = found.n;
     for (int k = 1; k <= lq; ++k) {
-        const text<80>& line = found.line(k);
-        menuentry(k, line(9, std::max(8, line.length())), scrd.helpar(k).all());
+        const text<81>& line = found.line(k);
+        menuentry(k, line(9, std::max(8, line.length(80))), scrd.helpar(k).all());
     }
     // Only these two get a help page of their own; further entries keep that of the menu before.
     scrd.helpar(1) = scrd.helpar(2) = "read/modification";

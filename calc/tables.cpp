@@ -66,7 +66,7 @@ bool readfield(std::string_view field, int decimals, double& value)
 std::string_view wordaround(std::string_view line, int i, int j, char end)
 {
     const auto last = static_cast<std::size_t>(j);
-    const auto ends = [end](char c) { return c == ' ' || c == end; };
+    const auto ends = [end](char c) { return c == ' ' || c == '\t' || c == end; };
     std::size_t from = static_cast<std::size_t>(i - 1);
     while (from < last && !isdecimal(line[from])) ++from;
     if (from == last) return {};
@@ -79,7 +79,8 @@ std::string_view wordaround(std::string_view line, int i, int j, char end)
 // The first number in columns i to j of a line, of which `trlch` reads n_ch; 0 if there is no digit.
 // Not a number where it says something else than it would be read as: "7,874" as 7, or a number
 // that the columns cut. What follows in brackets, as in "55.845(2)", does not matter.
-float firstnumber(const text<80>& line, int i, int j, int n_ch)
+template <int n>
+float firstnumber(const text<n>& line, int i, int j, int n_ch)
 {
     const std::string_view word = wordaround(line.all(), i, j, '(');
     if (word.empty()) return 0.0f;
@@ -153,6 +154,15 @@ bool readrow(const text<80>& line, double& x, double& y)
            readfield(line(28, 36), 3, z);
 }
 
+// True if the energy begins before its columns: digits or a point in column 3 that no letter makes a
+// label such as L1.
+bool startsbefore(const text<80>& line)
+{
+    const std::string_view label = without(line(1, 3), line(1, 3).rfind(' ') + 1);
+    const bool digits = label.find_first_not_of("0123456789.+-") == std::string_view::npos;
+    return line(4) != ' ' && !label.empty() && digits;
+}
+
 // Row i, just read. Its energy must be above the one before, or the same at an edge, where mu/rho
 // jumps up; a number outside its columns would be read as another one.
 void checkrow(const tablerows& t, int i, const text<80>& line)
@@ -168,10 +178,9 @@ void checkrow(const tablerows& t, int i, const text<80>& line)
     }
     if (line(37, 80) != blanks(44))
         stopat(coefficients, "text after column 36 of a row of %s", name);
-    for (const int column : {15, 16, 26, 27}) {
-        if (!isdecimal(line(column))) continue;
-        stopat(coefficients, "a row of %s has numbers outside their columns", name);
-    }
+    bool outside = startsbefore(line);
+    for (const int column : {15, 16, 26, 27}) outside = outside || isdecimal(line(column));
+    if (outside) stopat(coefficients, "a row of %s has numbers outside their columns", name);
 }
 
 // A blank line ends the rows. Rows after it would be lost, and nobody would see it.
@@ -346,7 +355,8 @@ int readelements(std::span<text<2>> es, std::span<text<12>> ename, std::span<flo
         es[i] = text<2>(line(9, 10));
         ename[i] = text<12>(line(17, 28));
         emolweight[i] = firstnumber(line, 30, 49, 20);
-        if (!(emolweight[i] > 0.0f) || line(9) == ' ' || line(17) == ' ') {
+        if (!(emolweight[i] > 0.0f && std::isfinite(emolweight[i])) || line(9) == ' ' ||
+            line(17) == ' ') {
             stopat(file, "symbol, name or molar weight missing or malformed");
         }
         const int first = findsymbol(es.first(i), es[i]);
@@ -364,7 +374,7 @@ namespace {
 
 // True if a line is one of element `nz`; headings have no such number. Ends the program where its
 // number is read as `nz`, but says something else.
-bool checkedelement(const infile& densities, const text<80>& line, std::int32_t nz)
+bool checkedelement(const infile& densities, const text<81>& line, std::int32_t nz)
 {
     if (readinteger(line, 1) != nz) return false;
     if (!saysinteger(line, 1, nz)) {
@@ -380,7 +390,7 @@ void readmodifications(std::int32_t nz, modifications& found)
 {
     infile& densities = found.table;
     densities.opentable(densitytable);
-    text<80> line;
+    text<81> line;
     do {
         if (!densities.next(line)) stop("%s: no line for atomic number %d", densities.name, nz);
         ++found.first;

@@ -81,7 +81,7 @@ struct modifications {
     infile table;
     int n = 0;
     long first = 0;             // number of the first line; the others follow it
-    dim<text<80>, 1, 64> line;  // as it is in the file
+    dim<text<81>, 1, 64> line;  // as it is in the file; column 81 only shows what column 80 cuts
 
     /// Density of modification `k` in g/cm3; 0 if there is none. Ends the program where the line
     /// says something else than would be read.

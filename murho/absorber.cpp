@@ -151,8 +151,11 @@ bool findmaterial(absorber& a)
     }
     compound formula;
     if (!readcomposition(a.label, formula, false).what && !agree(formula, a.contents)) {
-        stopat(materials.file, "the name \"%s\" is a formula of something else",
-               cstring(a.label).ch);
+        if (materials.opened == 1) {
+            stopat(materials.file, "the name \"%s\" is a formula of something else",
+                   cstring(a.label).ch);
+        }
+        a.contents = formula;  // the user's own molar weights, of enriched material
     }
     takedensity(materials, a);
     return true;
@@ -317,7 +320,9 @@ double massattenuation(const absorber& a, const photon& p)
         }
         if (values(k) == 0.0f) values(k) = coefficient(rows, static_cast<float>(p.keV));
     }
-    return double{mixture(a.contents, values)};
+    const double mu = double{mixture(a.contents, values)};
+    if (!std::isfinite(mu)) stop("%s: no finite mass", cstring(a.label).ch);
+    return mu;
 }
 
 const tablerows& rowsof(std::int32_t element) { return blockof(element).rows; }

@@ -169,7 +169,8 @@ void printheader(request& r, output& out)
         out.print("# %s", cstring(a.label).ch);
         if (r.layers()) out.print("=%s", cstring(a.thickness).ch);
         if (dense) out.print(": %.6g g/cm3", a.density);
-        if (dense && !a.form.blank()) out.print(", solid, %s", cstring(a.form.trimmed()).ch);
+        const printable<80> form(a.form.trimmed());
+        if (dense && form.length > 0) out.print(", solid, %.*s", form.length, form.ch);
         out.print("\n");
     }
 }
@@ -195,9 +196,10 @@ void printedges(const absorber& a, output& out)
 {
     for (int i = 1; i < energies.n; i += 2) {
         const photon &below = energies.item(i), &above = energies.item(i + 1);
-        const text<8> name = edgename(a, above.edge);
+        const text<8> edge = edgename(a, above.edge);
+        const printable<16> name(edge.trimmed());
         out.print("%-10.9g %#12.6g %#12.6g  # %.*s\n", below.keV, massattenuation(a, below),
-                  massattenuation(a, above), name.length(), name.ch);
+                  massattenuation(a, above), name.length, name.ch);
     }
 }
 
