@@ -33,21 +33,23 @@ void infile::opentable(const char* filename, bool own)
 {
     // What is in the working directory counts, even where it cannot be read: a link to nowhere too.
     struct stat found = {};
-    char room[PATH_MAX];
-    const char* const shipped = std::getenv("ATTENUATION_DATA");
-    const char* directory = shipped;
-    if ((own && lstat(filename, &found) == 0) || shipped == nullptr || *shipped == '\0') {
+    const char* directory = std::getenv("ATTENUATION_DATA");
+    const bool shipped =
+        directory != nullptr && *directory != '\0' && (!own || lstat(filename, &found) != 0);
+    char path[PATH_MAX];
+    if (!shipped) {
         needed = open(filename);
-        directory = getcwd(room, sizeof room);
-    } else if (std::snprintf(room, sizeof room, "%s/%s", shipped, filename) < int{sizeof room}) {
-        needed = open(room);
+    } else if (std::snprintf(path, sizeof path, "%s/%s", directory, filename) < int{sizeof path}) {
+        needed = open(path);
     } else {
         errno = ENAMETOOLONG;
     }
     if (needed) return;
-    const bool hint = errno == ENOENT && directory != shipped;
+    const int error = errno;
+    if (!shipped) directory = getcwd(path, sizeof path);
+    const bool hint = error == ENOENT && !shipped;
     stop("%s: cannot be read in %s: %s%s", filename, directory ? directory : "this directory",
-         std::strerror(errno), hint ? "; use ./run, or start in data/" : "");
+         std::strerror(error), hint ? "; use ./run, or start in data/" : "");
 }
 
 void infile::close()

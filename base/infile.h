@@ -9,9 +9,9 @@
 
 /// A data file, read line by line in one pass. The file is closed at the end of this value's life.
 struct infile {
-    char name[PATH_MAX] = "";  // of the file that was really opened, for messages
+    char name[PATH_MAX];  // of the file that was really opened, for messages
 
-    infile() = default;
+    infile() { name[0] = '\0'; }
     infile(const infile&) = delete;
     infile& operator=(const infile&) = delete;
     ~infile() { close(); }
