@@ -40,6 +40,7 @@ void attenuation(float energy, float& atc)
 {
     tablerows rows;
     readblock(rows);
+    coefficients.close();
     atc = coefficient(rows, energy);
 }
 

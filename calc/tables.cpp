@@ -61,8 +61,8 @@ bool readfield(std::string_view field, int decimals, double& value)
     return std::isfinite(value);
 }
 
-// The word around the first digit in columns i to j of a line: up to a blank, or "(" if so said, on
-// both sides, even where it leaves the columns. Empty if there is no digit.
+// The word around the first digit in columns i to j of a line: up to a blank, a tab or the character
+// `end` on both sides, even beyond the columns. Empty if there is no digit.
 std::string_view wordaround(std::string_view line, int i, int j, char end)
 {
     const auto last = static_cast<std::size_t>(j);
