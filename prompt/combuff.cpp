@@ -15,35 +15,63 @@ namespace {
 
 const text<132> scriptkey("tano/script/alteration");
 
-// One call of a prompt: what is shown of the question, and the way back to it after a help text.
+enum class kind { yesno, number, string };
+
+// One call of a prompt: what it asks, what is shown of the question, and the way back to that after
+// a help text.
 struct question {
+    kind asks;
     text<132>& querytype;
-    char wrb;              // script mode
-    int ld;                // columns of the question shown
-    text<132> querystore;  // querytype(1:ld)
+    text<132>& chcom;
+    std::int32_t nrd, nwr;
+    char wrb = querytype(132);  // script mode
+    int ld = 0;                 // columns of the question shown
+    text<132> querystore{};     // querytype(1:ld)
 
     std::string_view shown() const { return querytype(1, ld); }
-    std::string_view prefix() const { return wrb == 'w' ? "(b) " : ""; }
+    std::string_view bracket() const { return asks == kind::number ? "=[" : " ["; }
+    bool recorded() const { return wrb == 'w'; }
     void restore() { querytype.put(1, ld, querystore(1, ld)); }
 };
 
-// Takes the script mode out of the caller's field and cuts the question at the terminal width.
-question openquestion(text<132>& querytype, std::int32_t ncol)
+// Takes the script mode out of the caller's field and notes the question. It is cut at the terminal
+// width; not so that for a text, whose copy holds 80 characters.
+void openquestion(question& q, std::int32_t ncol)
 {
-    question q{querytype, querytype(132), ncol, text<132>()};
-    querytype(132) = ' ';
-    stringend(querytype, q.ld);
-    q.querystore = text<132>(querytype(1, q.ld));
-    return q;
+    q.querytype(132) = ' ';
+    if (q.asks == kind::string) {
+        text<132> moved = q.querytype;
+        stringlength(moved, q.ld);
+    } else {
+        q.ld = ncol;
+        stringend(q.querytype, q.ld);
+    }
+    const int kept = q.asks == kind::string ? std::min(q.ld, 80) : q.ld;
+    q.querystore = text<132>(q.querytype(1, kept));
 }
 
 // Wipes the question and the answer line; the cursor ends at the start of the question line.
-void redraw(std::int32_t nwr, std::int32_t width)
+void redraw(const question& q, std::int32_t width)
 {
-    cursorup(nwr, escape::up2);
-    writerecord(nwr, {blanks(width)});
-    writerecord(nwr, {blanks(width)});
-    cursorup(nwr, escape::up3);
+    cursorup(q.nwr, escape::up2);
+    writerecord(q.nwr, {blanks(width)});
+    writerecord(q.nwr, {blanks(width)});
+    cursorup(q.nwr, escape::up3);
+}
+
+// True with the next line of the script file, if the answer is to come from there. At its end the
+// prompt becomes interactive and says so; the first character of that line depends on the prompt.
+bool readscript(const question& q, text<132>& line)
+{
+    if (q.wrb != 'r') return false;
+    const bool any = readrecord(nscript, line);
+    if (!any) {
+        writerecord(q.nwr, {q.asks == kind::yesno ? "1" : " ",
+                            "end of sript file: switch to interactive mode"});
+    } else if (q.asks != kind::string) {
+        writerecord(q.nwr, {line.all()});
+    }
+    return any;
 }
 
 [[noreturn]] void stopatquestion(const question& q)
@@ -51,29 +79,47 @@ void redraw(std::int32_t nwr, std::int32_t width)
     stop("end of input at the question \"%.*s\"", q.ld, q.querystore.ch);
 }
 
-// Reads an answer line, lower-cased and left-justified.
-text<132> readanswer(const question& q, std::int32_t nrd, std::int32_t nwr)
+// An answer line as typed.
+text<132> plainline(const question& q)
 {
     text<132> ch132;
-    if (!readrecord(nrd, ch132)) stopatquestion(q);
-    if (endedinplace()) writerecord(nwr, {" "});
-    cursorup(nwr, escape::up2);
-    lc_character(ch132);
+    if (!readrecord(q.nrd, ch132)) stopatquestion(q);
+    if (endedinplace()) writerecord(q.nwr, {" "});
     return ch132;
 }
 
-// True with the next line of the script file. At its end the prompt becomes interactive and says
-// so; `first` is the first character of that line, which belongs to it.
-bool readscript(text<132>& line, std::int32_t nwr, std::string_view first)
+// An answer line of the line editor, whose up-arrow key brings back what is offered, for editing,
+// and the answers before.
+text<132> editedline(const question& q, std::string_view offered)
 {
-    if (readrecord(nscript, line)) return true;
-    writerecord(nwr, {first, "end of sript file: switch to interactive mode"});
-    return false;
+    addhist(cstring(offered));
+    dim<std::int32_t, 1, 132> k;
+    const int count = readaline(k, ">");
+    if (inputended()) {
+        writerecord(q.nwr, {""});  // the cursor is after the ">"
+        stopatquestion(q);
+    }
+    text<132> ch132;
+    for (int i = 1; i <= count; ++i) ch132(i) = static_cast<char>(k(i));
+    if (count > 0) addhist(cstring(ch132(1, count)));
+    return ch132;
 }
 
-void recordanswer(const question& q, std::string_view bracket, std::string_view answer)
+// What an answer asks for; `typed`: it is the new default.
+enum class meaning { accepted, quit, back, help, typed };
+
+// The same of an answer line. A text counts as it was typed, and the symbol "He" alone opens the
+// help text, on purpose; of the other answers neither capitals nor blanks in front count.
+meaning meaningof(const question& q, text<132>& ch132)
 {
-    if (q.wrb == 'w') writerecord(nscript, {q.shown(), bracket, answer, "]"});
+    text<132> lower = ch132;
+    lc_character(lower);
+    const bool istext = q.asks == kind::string;
+    if (!istext) ch132 = lower;
+    if (q.asks != kind::yesno && ch132.begins("back")) return meaning::back;
+    if (lower.begins(istext ? "he " : "he")) return meaning::help;
+    if (istext ? ch132.begins("    ") : ch132.blank()) return meaning::accepted;
+    return ch132(1) == '*' || ch132(1) == 'q' ? meaning::quit : meaning::typed;
 }
 
 void scripthelp(question& q)
@@ -82,52 +128,56 @@ void scripthelp(question& q)
     help(q.querytype);
 }
 
-void showhelp(question& q, const text<132>& chcom)
+// Asks until an answer is neither "he" nor, but for a recording, "back". `ch132` is that answer.
+meaning ask(question& q, std::string_view offered, text<132>& ch132)
 {
-    help(chcom);
-    if (q.wrb == 'w') scripthelp(q);
-    q.restore();
+    for (;; q.restore()) {
+        // Typed control characters are shown, not sent.
+        const printable<160> shown(offered);
+        const bool marked = q.recorded() && q.asks != kind::yesno;
+        writerecord(q.nwr, {marked ? "(b) " : "", q.shown(), q.bracket(), shown.view(), "]"});
+        ch132 = q.asks == kind::string ? editedline(q, offered) : plainline(q);
+        cursorup(q.nwr, escape::up2);
+        const meaning found = meaningof(q, ch132);
+        if (found == meaning::help) {
+            help(q.chcom);
+            if (marked) scripthelp(q);
+            continue;
+        }
+        if (found == meaning::back) q.chcom.put(1, 4, "back");
+        if (found != meaning::back || q.recorded()) return found;
+        scripthelp(q);
+        writerecord(q.nwr, {" a script file has not been defined"});
+    }
 }
 
-// The answer "back". True if the prompt is to return, which only a recording does.
-bool goback(question& q, text<132>& chcom, std::int32_t nwr)
+void recordanswer(const question& q, std::string_view answer)
 {
-    chcom.put(1, 4, "back");
-    if (q.wrb == 'w') return true;
-    scripthelp(q);
-    writerecord(nwr, {" a script file has not been defined"});
-    q.restore();
-    return false;
+    if (q.recorded()) writerecord(nscript, {q.shown(), q.bracket(), answer, "]"});
 }
-
-bool isquit(char c) { return c == '*' || c == 'q'; }
 
 }  // namespace
 
 void yesno(text<132>& querytype, text<1>& ch1, const text<132>& chcom, std::int32_t ncol,
            std::int32_t nrd, std::int32_t nwr)
 {
-    const question q = openquestion(querytype, ncol);
+    text<132> key = chcom;
+    question q{kind::yesno, querytype, key, nrd, nwr};
+    openquestion(q, ncol);
     text<132> ch132;
-    if (q.wrb == 'r' && readscript(ch132, nwr, "1")) {
-        writerecord(nwr, {ch132.all()});
+    if (readscript(q, ch132)) {
         ch1 = ch132(2, 132).find("[y]") != std::string_view::npos ? "y" : "n";
         return;
     }
     for (;;) {
-        writerecord(nwr, {q.shown(), " [", ch1.all(), "]"});
-        ch132 = readanswer(q, nrd, nwr);
-        if (ch132.begins("he")) {
-            help(chcom);
-            continue;
-        }
-        if (ch132.blank()) return recordanswer(q, " [", ch1.all());
-        if (isquit(ch132(1))) {
+        const meaning found = ask(q, ch1.all(), ch132);
+        if (found == meaning::accepted) return recordanswer(q, ch1.all());
+        if (found == meaning::quit) {
             ch1 = "*";
             return;
         }
         if (ch132(1) == 'n' || ch132(1) == 'y') ch1(1) = ch132(1);
-        redraw(nwr, q.ld);
+        redraw(q, q.ld);
     }
 }
 
@@ -175,60 +225,33 @@ float replayedvalue(const text<132>& line)
 void askvalue(text<132>& querytype, text<7>& form, float& value, text<132>& chcom,
               std::int32_t ncol, std::int32_t nrd, std::int32_t nwr)
 {
-    question q = openquestion(querytype, ncol);
+    question q{kind::number, querytype, chcom, nrd, nwr};
+    openquestion(q, ncol);
     shownvalue shown;
     shown.render(form, value);
     text<132> ch132;
-    if (q.wrb == 'r' && readscript(ch132, nwr, " ")) {
-        writerecord(nwr, {ch132.all()});
+    if (readscript(q, ch132)) {
         value = replayedvalue(ch132);
         return;
     }
     for (;;) {
-        writerecord(nwr, {q.prefix(), q.shown(), "=[", shown.view(), "]"});
-        ch132 = readanswer(q, nrd, nwr);
-        if (ch132.begins("back")) {
-            if (goback(q, chcom, nwr)) return;
-            continue;
-        }
-        if (ch132.begins("he")) {
-            showhelp(q, chcom);
-            continue;
-        }
-        if (ch132.blank()) {  // the number as shown is accepted, not the unrounded one
+        const meaning found = ask(q, shown.view(), ch132);
+        if (found == meaning::accepted) {  // the number as shown, not the unrounded one
             value = firstnumber(text<132>(shown.chl.all()), ncol);
-            return recordanswer(q, "=[", shown.view());
+            return recordanswer(q, shown.view());
         }
-        if (isquit(ch132(1))) {
-            querytype = "*";
-            return;
-        }
+        if (found == meaning::quit) querytype = "*";
+        if (found != meaning::typed) return;
         std::int32_t iout = 0;
         dim<float, 1, 32> out;
         trlch(ncol, ch132, iout, out);
         if (iout != 1 || !std::isfinite(out(1))) continue;
         shown.render(form, out(1));
-        redraw(nwr, q.ld);
+        redraw(q, q.ld);
     }
 }
 
 namespace {
-
-// An answer line as the line editor gives it, kept in its history unless it is empty; stops at the
-// end of input.
-text<132> editedline(const question& q, std::int32_t nwr)
-{
-    dim<std::int32_t, 1, 132> k;
-    const int count = readaline(k, ">");
-    if (inputended()) {
-        writerecord(nwr, {""});  // the cursor is after the ">"
-        stopatquestion(q);
-    }
-    text<132> ch132;
-    for (int i = 1; i <= count; ++i) ch132(i) = static_cast<char>(k(i));
-    if (count > 0) addhist(cstring(ch132(1, count)));
-    return ch132;
-}
 
 // The default that is accepted by an empty answer: its text, at most 80 characters, at least one.
 struct storedtext {
@@ -244,62 +267,36 @@ struct storedtext {
     std::string_view view() const { return chstore(1, ls); }
 };
 
-// The question is shown whole here, also beyond the terminal width; the copy that brings it back
-// after a help text holds 80 characters.
-question openwholequestion(text<132>& querytype)
-{
-    question q{querytype, querytype(132), 0, text<132>()};
-    querytype(132) = ' ';
-    text<132> moved = querytype;
-    stringlength(moved, q.ld);
-    q.querystore = text<132>(querytype(1, q.ld < 80 ? q.ld : 80));
-    return q;
-}
-
 // The `ls` characters after the first "[" of a script line. The length is that of the default, by
 // design: a longer recorded answer is cut, a shorter one brings along what follows it.
 text<132> replayedtext(const text<132>& line, int ls)
 {
     const std::size_t bracket = line.all().find('[');
     const int i = bracket == std::string_view::npos ? 1 : static_cast<int>(bracket) + 2;
-    const int last = i + ls - 1 < 132 ? i + ls - 1 : 132;
-    return text<132>(line(i, last));
+    return text<132>(line(i, std::min(i + ls - 1, 132)));
 }
 
 }  // namespace
 
 void askstring(text<132>& querytype, text<132>& chstr, text<132>& chcom, std::int32_t ncol,
-               std::int32_t, std::int32_t nwr)
+               std::int32_t nrd, std::int32_t nwr)
 {
-    question q = openwholequestion(querytype);
+    question q{kind::string, querytype, chcom, nrd, nwr};
+    openquestion(q, ncol);
     storedtext stored(chstr);
     text<132> ch132;
-    if (q.wrb == 'r' && readscript(ch132, nwr, " ")) {
+    if (readscript(q, ch132)) {
         chstr = replayedtext(ch132, stored.ls);
         return;
     }
     for (;;) {
-        // Typed control characters are shown, not sent.
-        writerecord(nwr, {q.prefix(), q.shown(), " [", printable<160>(stored.view()).view(), "]"});
-        addhist(cstring(stored.view()));  // the up-arrow key brings the default back for editing
-        ch132 = editedline(q, nwr);
-        cursorup(nwr, escape::up2);
-        text<132> lower = ch132;
-        lc_character(lower);
-        if (ch132.begins("back")) {
-            if (goback(q, chcom, nwr)) return;
-            continue;
-        }
-        if (lower.begins("he ")) {  // the symbol "He" alone opens the help text, on purpose
-            showhelp(q, chcom);
-            continue;
-        }
-        const bool accepted = ch132.begins("    ");
-        if (accepted || isquit(ch132(1))) {
-            chstr = accepted ? text<132>(stored.view()) : text<132>("*");
-            return recordanswer(q, " [", stored.view());
+        const meaning found = ask(q, stored.view(), ch132);
+        if (found == meaning::back) return;
+        if (found != meaning::typed) {
+            chstr = found == meaning::accepted ? text<132>(stored.view()) : text<132>("*");
+            return recordanswer(q, stored.view());
         }
         stored = storedtext(ch132);
-        redraw(nwr, ncol);
+        redraw(q, ncol);
     }
 }

@@ -289,7 +289,7 @@ void makedigits(numbertext& t, float z)
         // The 1e-6 takes up the rounding error. Beyond the digits that 32 bits can hold the
         // remainder may turn out negative or too large, and e10 zero: a digit stays a digit.
         const float quotient = e10 > 0.0f ? z / e10 + 1e-6f : 0.0f;
-        const int digit = quotient < 0.0f ? 0 : quotient > 9.0f ? 9 : static_cast<int>(quotient);
+        const int digit = static_cast<int>(std::clamp(quotient, 0.0f, 9.0f));
         z -= static_cast<float>(digit) * e10;
         e10 /= 10.0f;
         t.ii(i) = digit;
@@ -328,17 +328,12 @@ int buildinteger(const numberformat& f, numbertext& t)
 
 int buildfixed(const numberformat& f, numbertext& t)
 {
-    if (t.iex >= 0) {
-        t.appenddigits(f.k10 + t.iex);
-        const int mm = t.ip + t.iex + 1;
-        t.point(mm, f.k10);
-        return mm + 1 + f.k10;
-    }
-    for (int i = 0; i < t.iueb - t.iex; ++i) t.append('0');
+    for (int i = t.iex; i < t.iueb; ++i) t.append('0');  // of a magnitude below 1
     t.appenddigits(f.k10 + t.iex);
-    if (t.iueb != 0) --t.ip;
-    t.point(t.ip + 1, f.k10);
-    return t.ip + 2 + f.k10;
+    if (t.iex < 0 && t.iueb != 0) --t.ip;
+    const int mm = t.ip + 1 + std::max(t.iex, 0);
+    t.point(mm, f.k10);
+    return mm + 1 + f.k10;
 }
 
 int buildexponent(const numberformat& f, numbertext& t)
