@@ -2,8 +2,8 @@
 // prompt/combuff.h: the prompts, and the text and number conversions on blank-padded fields.
 //
 // The prompt calling convention. Every value is asked by `yesno`, `askvalue` or `askstring`. All
-// texts and results are references; the last three arguments are always the terminal width in columns,
-// the input channel (5) and the output channel (6).
+// texts and results are references; the last three arguments are always the terminal width in
+// columns, the input channel (5) and the output channel (6).
 //   querytype  in/out  the question, columns 1 to 131. Column 132 is the script mode: "r" takes the
 //                      answer from the script file, "w" records it there, anything else asks only.
 //                      It is blanked on entry. Set the field anew before each call.

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// prompt/textnumbers.cpp: the text utilities and number conversions of combuff.h. Nothing here asks a
-// question, so that a program without questions need not load the line editor.
+// prompt/textnumbers.cpp: the text utilities and number conversions of combuff.h. Nothing here asks
+// a question, so that a program without questions need not load the line editor.
 #include <algorithm>
 #include <cfloat>
 #include <charconv>
