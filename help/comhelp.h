@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
 
 #include "base/field.h"
 
@@ -65,3 +66,10 @@ void help(const text<132>& chin);
 /// and walks through its related entries, at most 4 levels deep. The caller's menu entries survive
 /// it, but for the exit at the fifth level.
 void helproutine(const text<132>& chcom, const text<132>& helpfile);
+
+/// The parts side by side. Beyond 132 characters they are cut if `cut` says so; else all is blank,
+/// as half a path or command is worse than none.
+text<132> joined(std::initializer_list<std::string_view> parts, bool cut = false);
+
+/// How many lines of the screen a text of so many columns takes, at least 1.
+int screenlines(int columns);
