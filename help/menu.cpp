@@ -17,14 +17,9 @@ menurecord scrd;
 text<132> joined(std::initializer_list<std::string_view> parts, bool cut)
 {
     text<132> whole;
-    int at = 0;
-    for (const std::string_view part : parts) {
-        const int end = at + static_cast<int>(part.size());
-        if (end > 132 && !cut) return text<132>();
-        whole.put(at + 1, std::min(end, 132), part);
-        at = std::min(end, 132);
-    }
-    return whole;
+    linefield line{whole.ch, 132};
+    for (const std::string_view part : parts) line.add(part);
+    return cut || line.length <= 132 ? whole : text<132>();
 }
 
 int screenlines(int columns)
@@ -41,9 +36,8 @@ struct menu {
     std::int32_t& lk;
     text<132>& cheader;
     text<80>& chdf;
-    std::int32_t lqin;  // as passed in, for the restart after a help text
-    text<80> chin80;
-    char wrb, go;  // mode letters
+    text<80> chin80 = chdf;                      // as passed in, for the restart after a help text
+    char wrb = cheader(132), go = cheader(131);  // mode letters
 
     int npx = 0;         // width of the header and separator lines
     int npl_i = 0;       // where a row with a single long entry is broken
@@ -56,31 +50,17 @@ struct menu {
     int jjq = 0;          // entry at the cursor, 0 for none
     int jq = 0;           // highlighted entry, 0 for none
     text<132> ch132{};    // the answer
-    int echo = 0;         // columns that it took on the screen
 
     bool block = false;   // equal columns are asked for
-    int columns = 0;      // of the terminal when the menu was laid out
     bool afresh = false;  // what is on the screen is out of place: draw it below
 };
 
 bool fullwidth(char wrb) { return wrb == 'w' || wrb == 'r' || wrb == 'l'; }
 
-// The default, also taken anew after a help text. It loses its "#".
-void takedefault(menu& m)
-{
-    m.block = m.chdf(80) == '#';
-    text<132> working(m.chdf(1, 79));
-    stringlength(working, m.le);
-    if (m.le == 0) m.lk = m.lq;
-    m.chdf = text<80>(working.all());
-}
-
 // Blanks a field beyond the terminal width.
-template <int n>
-void cut(text<n>& field)
+void cut(text<132>& field)
 {
-    const int width = std::max(term.ncol(1), 0);
-    if (width < std::min(131, n)) field.put(width + 1, n, "");
+    if (term.ncol(1) < 131) field.put(term.ncol(1) + 1, 132, "");
 }
 
 void drawtitle(menu& m)
@@ -89,11 +69,8 @@ void drawtitle(menu& m)
     if (!m.cheader.blank()) {
         cut(m.cheader);
         text<140> title(m.cheader(1, 130));
-        int l = title.length();
-        if (!m.cheader.contains("information")) {
-            title.put(l + 1, l + 10, " (help:he)");
-            l += 10;
-        }
+        if (!m.cheader.contains("information")) title.put(title.length() + 1, 140, " (help:he)");
+        const int l = title.length();
         const int i = (m.npx - l) / 2;
         for (int k = std::max(1, 1 - i); k <= l && i + k <= 132; ++k) line(i + k) = title(k);
     }
@@ -104,18 +81,16 @@ void drawtitle(menu& m)
     if (m.wrb == 'r') readrecord(nscript, line);  // the recorded title is of no use
 }
 
-// Lengths of the entries; returns the width of the widest with its frame.
+// Lengths of the entries; returns the width of the widest with its frame and the gap after it.
 int measureentries(menu& m)
 {
     int laengez = 0;
     for (int k = 1; k <= m.lq; ++k) {
-        text<16> ext = scrd.ext(k);
-        cut(ext);
-        scrd.ld(k) = ext.length();
         cut(scrd.queryar(k));
         scrd.lw(k) = scrd.queryar(k).length();
+        scrd.ld(k) = scrd.ext(k).length(term.ncol(1));
         if (scrd.queryar(k)(1) == 'q') m.iquit = true;
-        laengez = std::max(laengez, scrd.lw(k) + scrd.ld(k) + 3);
+        laengez = std::max(laengez, scrd.lw(k) + scrd.ld(k) + 5);
     }
     return laengez;
 }
@@ -124,9 +99,8 @@ int measureentries(menu& m)
 // a single entry.
 bool blocklayout(menu& m, int laengez)
 {
-    laengez += 2;
-    int lapl = std::max(m.npx, 0) / laengez;
-    if (lapl == 0 || m.lq < 2) return false;
+    if (m.lq < 2 || laengez > m.npx) return false;
+    int lapl = m.npx / laengez;
     m.iz = (m.lq + lapl - 1) / lapl;
     lapl = (m.lq + m.iz - 1) / m.iz;  // no more than fill these rows
     for (int k = 1; k <= m.lq; ++k) scrd.laenge(k) = laengez + 5;
@@ -156,18 +130,15 @@ void flowinglayout(menu& m)
             // in hand stays as it is. Odd, but part of the layout.
             if (m.iz < 64) scrd.laenge(m.iz + 1) = width;
             nextrow(m, 1);
-            continue;
-        }
-        used += width + 6;
-        ++scrd.lpart(m.iz);
-        if (used == m.npx) {
+        } else if (used + width + 6 > m.npx) {
+            used = width + 4;  // not 6: the first cell of such a row counts less. Meant so.
+            nextrow(m, 1);
+        } else {
+            used += width + 6;
+            ++scrd.lpart(m.iz);
+            if (used < m.npx) continue;
             used = 0;
             nextrow(m, 0);
-        } else if (used > m.npx) {
-            used =
-                width + 4;  // not 6: the first cell of a row counts less; the layout depends on it
-            --scrd.lpart(m.iz);
-            nextrow(m, 1);
         }
     }
 }
@@ -177,72 +148,83 @@ void layout(menu& m)
 {
     m.npx = std::min(fullwidth(m.wrb) ? term.ncol(1) : term.npl, 133) - 3;
     m.npl_i = std::min(term.ncol(1), 132) - 3;
-    int rows = 0;
-    sizenow(rows, m.columns);
     drawtitle(m);
     const int laengez = measureentries(m);
-    scrd.lpart(0) = 0;
     if (!m.block || !blocklayout(m, laengez)) flowinglayout(m);
     m.afresh = false;
 }
 
-// The set-up of a menu. Nothing is highlighted yet.
+// The set-up of a menu, also after a help text. The default loses its "#".
 void setup(menu& m)
 {
-    takedefault(m);
+    m.block = m.chdf(80) == '#';
+    text<132> working(m.chdf(1, 79));
+    stringlength(working, m.le);
+    if (m.le == 0) m.lk = m.lq;
+    m.chdf = text<80>(working.all());
     layout(m);
-    m.jjq = m.jq = m.ikey = 0;
+    m.jjq = m.ikey = 0;
 }
 
-// First entry after `from` that contains the text, from the top again if there is none; lq + 1 if
-// no entry does.
-int search(const menu& m, int from)
+// First entry after the cursor that contains the text, from the top again if there is none; 0 if no
+// entry does.
+int search(const menu& m)
 {
     const std::string_view wanted = m.chdf(1, m.le);
     for (int i = 0; i < m.lq; ++i) {
-        const int k = (from + i) % m.lq + 1;
+        const int k = (m.jjq + i) % m.lq + 1;
         if (scrd.queryar(k).contains(wanted)) return k;
     }
-    return m.lq + 1;
+    return 0;
 }
 
 int entrytomark(const menu& m)
 {
-    if (m.le >= 1 && m.ikey == 0) return search(m, m.jjq);
-    if (m.ikey == 1) return m.jjq < m.lq ? m.jjq + 1 : 1;
-    if (m.ikey == -1) return m.jjq > 1 ? m.jjq - 1 : m.lq;
-    return 0;
+    if (m.ikey == 0) return m.le > 0 ? search(m) : 0;
+    if (m.ikey == -2) return 0;
+    const int k = m.jjq + m.ikey;
+    return k > m.lq ? 1 : k < 1 ? m.lq : k;
 }
 
-// Chooses the entry to highlight and rebuilds all cells. No entry is highlighted before.
+// Chooses the entry to highlight and builds all cells.
 void mark(menu& m)
 {
-    const int jj = entrytomark(m);
+    m.jq = entrytomark(m);
+    if (m.jq > 0) {
+        m.jjq = m.jq;
+        m.chdf = text<80>(scrd.queryar(m.jq).all());
+    }
     for (int k = 1; k <= m.lq; ++k) {
         const std::string_view entry = scrd.queryar(k)(1, scrd.lw(k));
         const std::string_view ext = scrd.ext(k)(1, scrd.ld(k));
         const std::string_view gap = blanks(ext.empty() ? 0 : 1);
-        if (k == jj) {
-            m.jjq = m.jq = k;
-            m.chdf = text<80>(scrd.queryar(k).all());
-            scrd.type(k) = joined({escape::red, "[", entry, gap, ext, "]"}, true);
-        } else {
-            scrd.type(k) = joined({escape::normal, " ", entry, gap, ext}, true);
-        }
+        scrd.type(k) = k == m.jq ? joined({escape::red, "[", entry, gap, ext, "]"}, true)
+                                 : joined({escape::normal, " ", entry, gap, ext}, true);
     }
 }
 
 // Columns that entry k takes with its brackets: its cell holds no more than 128.
 int textwidth(int k) { return std::min(scrd.lw(k) + scrd.ld(k) + (scrd.ld(k) > 0 ? 3 : 2), 128); }
 
-// Length of the control sequence at the start of the cell of entry k.
-int sequencelength(int k) { return static_cast<int>(scrd.type(k).all().find('m')) + 1; }
+// A row of the menu; an empty one has its last entry before the first.
+struct menurow {
+    int first = 1, last = 0, count = 0;
+    bool wide = false;  // a single entry too wide for one line,
+    int broken;         // broken after this column of its cell, and never in its control sequence
+    int lines = 0;      // of the screen
+};
 
-// The last of the entries k to `last` that fit on one line of the screen beside entry k. What would
-// pass the edge of the terminal goes to a line of its own.
-int lastbeside(int k, int last)
+// How many cells a line of a row takes: the first digit of the count. A row of ten and more entries
+// therefore comes out as several lines. The menu counts them as one, and its cursor movements rely
+// on that.
+int cellsperline(int count) { return count < 10 ? count : count / 10; }
+
+// The last entry on the line of the screen that begins with entry k. What would pass the edge of
+// the terminal goes to a line of its own.
+int lastbeside(const menurow& row, int k)
 {
     const int sequence = static_cast<int>(escape::normal.size());
+    const int last = std::min(k + cellsperline(row.count) - 1, row.last);
     int used = scrd.laenge(k) - sequence;
     while (k < last && used + textwidth(k + 1) <= term.ncol(1)) {
         used += scrd.laenge(++k) - sequence;
@@ -250,39 +232,16 @@ int lastbeside(int k, int last)
     return k;
 }
 
-// How many cells a line of a row takes: the first digit of the count. A row of ten and more entries
-// therefore comes out as several lines. The menu counts them as one, and its cursor movements rely
-// on that.
-int cellsperline(int count)
-{
-    text<8> number;
-    itoc8(number, count);
-    return number(2) == ' ' ? 1 : number(2) - '0';
-}
-
-// A row of the menu: `count` entries after entry `ii`.
-struct menurow {
-    int ii, count;
-    bool wide;   // a single entry too wide for one line,
-    int broken;  // broken after this column of its cell, and never in its control sequence
-    int lines;   // of the screen
-};
-
-// Lines of the screen of the second line of a wide row, which begins with a blank.
-int secondlines(const menurow& row)
-{
-    const int sequence = static_cast<int>(escape::red.size());
-    return screenlines(1 + sequence + textwidth(row.ii + 1) - row.broken);
-}
-
 int rowlines(const menurow& row)
 {
-    if (row.wide) return 1 + secondlines(row);
-    if (row.count == 0 || cellsperline(row.count) < row.count) return 1;
+    if (row.wide) {  // the second line begins with a blank
+        const int cell = static_cast<int>(escape::red.size()) + textwidth(row.first);
+        return 1 + screenlines(1 + cell - row.broken);
+    }
+    if (row.count == 0 || row.count >= 10) return 1;
     int lines = 0;
-    for (int k = row.ii + 1; k <= row.ii + row.count; ++k) {
+    for (int k = row.first; k <= row.last; k = lastbeside(row, k) + 1) {
         lines += screenlines(textwidth(k));
-        k = lastbeside(k, row.ii + row.count);
     }
     return lines;
 }
@@ -291,37 +250,40 @@ int rowlines(const menurow& row)
 template <typename action>
 void foreachrow(const menu& m, action each)
 {
-    menurow row{0, 0, false, std::max(m.npl_i - 3, 5), 0};
+    menurow row{.broken = std::max(m.npl_i - 3, 5)};
     for (int r = 1; r <= m.iz; ++r) {
         row.count = scrd.lpart(r);
-        row.wide = row.count == 1 && row.ii < 64 && scrd.laenge(row.ii + 1) > m.npl_i;
+        row.first = row.last + 1;
+        row.last += row.count;
+        row.wide = row.count == 1 && scrd.laenge(row.first) > m.npl_i;
         row.lines = rowlines(row);
         each(row);
-        row.ii += row.count;
     }
 }
 
-// Writes entries first..last side by side. Blanks of their cells beyond the edge of the terminal
-// are left out, as they would take a line of the screen more.
-void drawline(int unit, int first, int last)
+// Writes the line of the screen that begins with entry `first`, and returns its last entry. Blanks
+// of the cells beyond the edge of the terminal are left out, as they would take one line more.
+int drawline(int unit, const menurow& row, int first)
 {
+    const int last = lastbeside(row, first);
     int room = screenlines(textwidth(first)) * term.ncol(1);
     for (int k = first; k <= last; ++k) {
-        const int sequence = sequencelength(k);
-        const int width = std::clamp(scrd.laenge(k), 0, std::clamp(sequence + room, 0, 132));
+        const int sequence = static_cast<int>(scrd.type(k).all().find('m')) + 1;  // its length
+        const int width = std::min(scrd.laenge(k), std::clamp(sequence + room, 0, 132));
         writepart(unit, scrd.type(k)(1, width));
         room -= width - sequence;
     }
     writerecord(unit, {});
+    return last;
 }
 
 // Writes a wide row.
 void drawwide(int unit, const menurow& row)
 {
-    const text<132>& type = scrd.type(row.ii + 1);
-    const int end = row.broken + secondlines(row) * term.ncol(1) - 1;
+    const text<132>& type = scrd.type(row.first);
+    const int end = row.broken + (row.lines - 1) * term.ncol(1) - 1;
     writerecord(unit, {type(1, row.broken)});
-    writerecord(unit, {" ", type(row.broken + 1, std::clamp(end, row.broken, 132))});
+    writerecord(unit, {" ", type(row.broken + 1, std::min(end, 132))});
 }
 
 // Writes the rows to a channel and returns the count of lines, as the menu counts them.
@@ -329,16 +291,11 @@ int drawrows(const menu& m, int unit)
 {
     int lines = 0;
     foreachrow(m, [&](const menurow& row) {
-        const int last = row.ii + row.count;
-        if (last >= 64) return;  // so the row that holds entry 64 is never drawn
+        if (row.last >= 64) return;  // so the row that holds entry 64 is never drawn
         lines += row.lines;
         if (row.wide) return drawwide(unit, row);
         if (row.count == 0) writerecord(unit, {});
-        const int step = cellsperline(row.count);
-        for (int k = row.ii + 1, end = 0; k <= last; k = end + 1) {
-            end = lastbeside(k, std::min(k + step - 1, last));
-            drawline(unit, k, end);
-        }
+        for (int k = row.first; k <= row.last; ++k) k = drawline(unit, row, k);
     });
     return lines;
 }
@@ -360,11 +317,9 @@ void readrest(menu& m, int code)
     } else if (endedinplace()) {
         writerecord(noutput, {any ? " " : ""});
     }
-    const cstring title(m.cheader.trimmed());
-    if (!any) stop("end of input in an answer to the menu \"%s\"", title.ch);
+    if (!any) stop("end of input in an answer to the menu \"%s\"", cstring(m.cheader.trimmed()).ch);
     m.ch132(1) = static_cast<char>(code);
     m.ch132.put(2, 132, rest.all());
-    if (isatty(STDIN_FILENO)) m.echo = m.ch132.length();
 }
 
 // A terminal that has been made narrower has broken the lines of the menu.
@@ -372,7 +327,7 @@ void noteresize(menu& m)
 {
     int rows = 0, columns = 0;
     sizenow(rows, columns);
-    if (columns >= m.columns) return;
+    if (columns >= term.ncol(1)) return;
     window(1);
     m.afresh = true;
 }
@@ -381,27 +336,19 @@ void noteresize(menu& m)
 void readkey(menu& m)
 {
     const int code = key();
-    const cstring title(m.cheader.trimmed());
-    if (inputended()) stop("end of input at the menu \"%s\"", title.ch);
-    m.ikey = 0;
-    if (code < 0) {
-        const bool back = code == keyup || code == keyleft;
-        const bool forward = code == keydown || code == keyright;
-        m.ikey = back ? -1 : forward ? 1 : -2;
-        m.ch132 = "shift";
-        writerecord(noutput, {" "});
-    } else if (code == keyenter) {
-        writerecord(noutput, {" "});
-    } else {
-        readrest(m, code);
-    }
+    if (inputended()) stop("end of input at the menu \"%s\"", cstring(m.cheader.trimmed()).ch);
+    const bool back = code == keyup || code == keyleft;
+    const bool forward = code == keydown || code == keyright;
+    m.ikey = back ? -1 : forward ? 1 : code < 0 ? -2 : 0;
+    if (code < 0) m.ch132 = "shift";
+    if (code < 0 || code == keyenter) writerecord(noutput, {" "});
+    else readrest(m, code);
     noteresize(m);
 }
 
 void readanswer(menu& m)
 {
     m.ch132 = text<132>();
-    m.echo = 0;
     if (m.lq < 2) drawseparator(m);
     else if (m.go != 'g') readkey(m);
 }
@@ -410,7 +357,7 @@ void readanswer(menu& m)
 void recordchoice(const menu& m)
 {
     drawrows(m, nscript);
-    text<132> line(dashes(std::max(m.npx, 5)));
+    text<132> line(dashes(132));
     std::to_chars(line.ch, line.ch + 2, m.jq);
     writerecord(nscript, {line(1, std::max(m.npx, 5))});
 }
@@ -418,8 +365,10 @@ void recordchoice(const menu& m)
 // Wipes the answer line, or lines; the cursor ends on it.
 void wipeanswer(const menu& m)
 {
-    const int width = m.echo > m.npx ? term.ncol(1) : m.npx;
-    for (int lines = screenlines(m.echo); lines > 0; --lines) {
+    // Columns that a typed text took on the screen.
+    const int echo = m.ikey == 0 && isatty(STDIN_FILENO) ? m.ch132.length() : 0;
+    const int width = echo > m.npx ? term.ncol(1) : m.npx;
+    for (int lines = screenlines(echo); lines > 0; --lines) {
         cursorup(noutput, escape::up2);
         writerecord(noutput, {blanks(width)});
         cursorup(noutput, escape::up2);
@@ -430,20 +379,19 @@ void wipeanswer(const menu& m)
 // differs from the drawing's, and both are kept.
 void wiperows(menu& m)
 {
-    const auto climb = [&m](const menurow& row) {
-        if (row.ii + 1 >= 64) return;
-        int lines = row.lines;
-        for (; lines > 1; lines -= 2) cursorup(noutput, escape::up3);
-        if (lines > 0) cursorup(noutput, escape::up2);
-        m.iwrl -= row.lines;
+    const auto climb = [](const menurow& row) {
+        if (row.first >= 64) return;
+        for (int lines = row.lines; lines > 0; lines -= 2) {
+            cursorup(noutput, lines > 1 ? escape::up3 : escape::up2);
+        }
     };
     cursorup(noutput, escape::up2);
-    --m.iwrl;
     foreachrow(m, climb);
+    --m.iwrl;
     foreachrow(m, [&m](const menurow& row) {
-        if (row.ii + 1 >= 64) return;
+        if (row.first >= 64) return;
         for (int line = row.lines; line > 0; --line) writerecord(noutput, {blanks(m.npl_i)});
-        m.iwrl += row.lines;
+        m.iwrl -= row.lines;
     });
     foreachrow(m, climb);
 }
@@ -463,30 +411,22 @@ step decide(menu& m)
     lc_character(m.ch132);
     if (m.ch132.begins("he") && !m.cheader.contains("further related")) return step::help;
 
-    if (m.chdf(1) == '*' || (m.chdf(1) == 'q' && !m.iquit)) {  // cancelled
-        m.lq = m.lk = 0;
-        return step::done;
-    }
-    if (m.chdf(1) != ' ') {
+    const bool cancelled = m.chdf(1) == '*' || (m.chdf(1) == 'q' && !m.iquit);
+    if (m.chdf(1) != ' ' && !cancelled) {
         if (m.afresh) layout(m);
         else wiperows(m);
-        m.jq = 0;
         return step::again;
     }
     m.lk = 0;
-    m.lq = m.jq;
-    if (m.lq == 0) return step::again;
-    m.chdf = text<80>(scrd.queryar(m.lq).all());
-    return step::done;
+    m.lq = cancelled ? 0 : m.jq;
+    if (m.lq > 0) m.chdf = text<80>(scrd.queryar(m.lq).all());
+    return m.lq > 0 || cancelled ? step::done : step::again;
 }
 
 void showhelp(menu& m)
 {
-    if (m.jq == 0) return;  // nothing highlighted: the menu starts again unchanged
+    if (m.jq == 0) return;  // nothing highlighted: the text typed is now the default
     help(scrd.helpar(m.jq));
-    m.jq = 0;
-    m.lq = m.lqin;
-    m.lk = m.lq;
     m.chdf = m.chin80;
 }
 
@@ -500,15 +440,17 @@ void replay(menu& m)
         writerecord(noutput, {escape::normal, ch132(1, std::clamp(term.ncol(1), 0, 132))});
         ++m.iwrl;
     }
-    m.lq = ch132(1) - '0';
-    if (isdecimal(ch132(2))) m.lq = 10 * m.lq + (ch132(2) - '0');
-    if (m.lq > m.lqin) stop("script file: no such entry in the menu: \"%.5s\"", ch132.ch);
-    if (m.lq > 0) m.chdf = text<80>(scrd.queryar(m.lq).all());
+    int chosen = ch132(1) - '0';
+    if (isdecimal(ch132(2))) chosen = 10 * chosen + (ch132(2) - '0');
+    if (chosen > m.lq) stop("script file: no such entry in the menu: \"%.5s\"", ch132.ch);
+    if (chosen > 0) m.chdf = text<80>(scrd.queryar(chosen).all());
+    m.lq = chosen;
 }
 
-// Marks, shows and asks until the menu ends or starts again.
+// Sets the menu up, then marks, shows and asks until it ends or a help text is wanted.
 step selectentry(menu& m)
 {
+    setup(m);
     for (;;) {
         mark(m);
         if (m.wrb == 'r') {
@@ -531,30 +473,17 @@ step selectentry(menu& m)
 
 void menuentry(int k, std::string_view entry, std::string_view key)
 {
-    const text<132> helpkey(key);  // which may lie in the record itself
     scrd.queryar(k) = text<132>(printable<132>(entry).view());
-    scrd.helpar(k) = helpkey;
+    scrd.helpar(k) = text<132>(key);  // made first, as the key may lie in the record itself
     scrd.ext(k) = text<16>();
 }
 
 void query(std::int32_t& lq, std::int32_t& lk, text<132>& cheader, text<80>& chdf)
 {
     if (lq < 0 || lq > 64) stop("a menu of %d entries", lq);
-    menu m{.lq = lq,
-           .lk = lk,
-           .cheader = cheader,
-           .chdf = chdf,
-           .lqin = lq,
-           .chin80 = chdf,
-           .wrb = cheader(132),
-           .go = cheader(131)};
+    menu m{lq, lk, cheader, chdf};
     cheader(132) = ' ';
-    step next = step::again;
-    do {
-        setup(m);
-        next = selectentry(m);
-        if (next == step::help) showhelp(m);
-    } while (next != step::done);
+    while (selectentry(m) == step::help) showhelp(m);
     chdf(80) = static_cast<char>(static_cast<unsigned char>(48 + m.iwrl));
     writerecord(noutput, {" ", escape::normal, escape::up1});
 }
