@@ -28,15 +28,17 @@ struct level {
 
 // The working values of one call of `helproutine`.
 struct display {
+    static inline int open = 0;  // how many displays are open inside each other
+    display() { ++open; }
+    ~display() { --open; }
+
     infile file;
-    text<132> key;  // with its "/"
-    int width = 1;  // of the page, in columns
-    int page = 1;   // rows of a page
-    text<80> line;  // read last
-    bool starred = false;
+    text<132> key;         // with its "/"
+    int page = 1;          // rows of a page
+    text<80> line;         // read last; "/" at the end of the file, which ends a text, too
+    bool starred = false;  // the key ended in "*"
 
     std::string_view markup;  // of the markup line shown last
-    bool afresh = false;      // a pause was answered by "q": the next menu is a first level again
     int depth = 0;            // menu levels opened
     dim<level, 1, 4> levels;
     // What "more" and "details" open: one field for both, so that the last such line of the file
@@ -76,27 +78,31 @@ bool findentry(display& d)
     return found;
 }
 
+void nextline(display& d)
+{
+    if (!d.file.next(d.line)) d.line = "/";
+}
+
+// Shows a line that begins with a backslash.
 void showmarkup(display& d)
 {
     const std::string_view letters = d.line(2, 3);
     if (letters == "bf") d.markup = escape::bold;
     if (letters == "ul") d.markup = escape::underline;
     if (letters == "bc") d.markup = escape::blue;
-    const text<77> shown(d.line(4, 80));
-    if (d.markup.empty()) return writeprintable("", shown.trimmed(), "");
+    const std::string_view shown = without(d.line.trimmed(), 3);
+    if (d.markup.empty()) return writeprintable("", shown, "");
     text<5> before;  // right-aligned
     before.put(6 - static_cast<int>(d.markup.size()), 5, d.markup);
-    writeprintable(before.all(), shown.trimmed(), escape::normal);
+    writeprintable(before.all(), shown, escape::normal);
 }
-
-int screenrows(const display& d) { return std::max(1, (d.line.length() + d.width - 1) / d.width); }
 
 // Waits for Enter below a page. On a terminal a word tells of text that follows, and is
 // wiped again.
 void pause(display& d, bool follows)
 {
-    const std::string_view word =
-        std::string_view(" Enter shows more").substr(0, static_cast<std::size_t>(d.width - 1));
+    const text<17> hint(" Enter shows more");
+    const std::string_view word = hint(1, std::clamp(term.ncol(1) - 1, 0, 17));
     const bool tells = follows && isatty(STDIN_FILENO);
     if (tells) writepart(noutput, word), writepart(noutput, "\r");
     text<80> answer;
@@ -107,41 +113,39 @@ void pause(display& d, bool follows)
         writerecord(noutput, {blanks(static_cast<int>(word.size()))});
         cursorup(noutput, escape::up2);
     }
-    if (answer(1) == 'q' || answer(1) == '*') d.afresh = true;
+    if (answer(1) == 'q' || answer(1) == '*') d.depth = 0;  // the next menu is a first level
 }
 
 // Shows lines of the text until the page is full, counted in rows of the screen, or the text ends.
 // `line` is left at the first line not shown. True if the page is full.
-bool showpage(display& d, bool& more)
+bool showpage(display& d)
 {
     int rows = 0;
-    while (more && d.line(1) != '/') {
-        const int needed = screenrows(d);
+    while (d.line(1) != '/') {
+        const int needed = screenlines(d.line.length());
         if (rows > 0 && rows + needed > d.page) return true;
         if (d.line(1) == '\\') showmarkup(d);
         else writeprintable("", d.line.trimmed(), "");
         rows += needed;
-        more = d.file.next(d.line);
+        nextline(d);
     }
     return rows >= d.page;
 }
 
 // Shows the text after the header page by page, with a pause after each. The line that ends it is
-// left in `line`, which is blank at the end of the file. False if the first line of a page named
-// another entry to go on with, which is now the key.
+// left in `line`. False if the first line of a page named another entry to go on with, which is now
+// the key.
 bool showtext(display& d)
 {
-    bool more = d.file.next(d.line);
-    for (bool full = true; full && more;) {
-        if (d.line.begins("/>")) {
-            d.key = joined({"/", d.line(3, 80)});
-            return false;
-        }
-        if (d.line(1) == '/') break;
-        full = showpage(d, more);
-        pause(d, full && more && (d.line(1) != '/' || d.line.begins("/>")));
+    nextline(d);
+    bool full = true;
+    while (full && d.line(1) != '/') {
+        full = showpage(d);
+        pause(d, full && (d.line(1) != '/' || d.line.begins("/>")));
     }
-    return true;
+    if (!full || !d.line.begins("/>")) return true;
+    d.key = joined({"/", d.line(3, 80)});
+    return false;
 }
 
 // Shows the entry of the key, over all its continuations. False, with a line that says why, if
@@ -160,35 +164,30 @@ bool showentry(display& d)
     return false;
 }
 
-// The name from column `i` of a line on, if it is plain: it becomes part of a
-// shell command and of a path. Blank otherwise.
-text<80> plainname(const text<80>& line, int i)
+// The name may become part of a shell command and of a path.
+bool isplain(std::string_view name)
 {
-    text<132> cha;
-    std::int32_t il = 0, ip = 0, ia = 0;
-    nextchar(text<132>(line(i, 80)), il, ip, cha, ia);
-    const std::string_view name = cha(1, ia);
-    const auto plain = [](char c) {
-        return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || isdecimal(c) ||
-               std::string_view("._+-/").find(c) != std::string_view::npos;
-    };
-    const bool accepted = std::all_of(name.begin(), name.end(), plain) && !name.starts_with('-') &&
-                          !joined({"/", name, "/"}).contains("/../");
-    return accepted ? text<80>(name) : text<80>();
+    constexpr std::string_view plain =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789._+-/";
+    return !name.empty() && !name.starts_with('-') &&
+           name.find_first_not_of(plain) == std::string_view::npos &&
+           !joined({"/", name, "/"}).contains("/../");
 }
 
 bool ismore(std::string_view entry) { return entry.starts_with("more "); }
 
 bool isdetails(std::string_view entry) { return entry.starts_with("details "); }
 
-// Notes what a "more" or "details" line opens; blank for a name that is not accepted.
+// Notes what a "more" or "details" line opens; blank if its name is not plain, or too long.
 void settarget(display& d)
 {
     const bool more = ismore(d.line(3, 80));
     if (!more && !isdetails(d.line(3, 80))) return;
-    const text<80> accepted = plainname(d.line, more ? 8 : 11);
-    const std::string_view name = accepted.trimmed();
-    if (name.empty()) d.target = text<132>();
+    text<132> cha;
+    std::int32_t il = 0, ip = 0, ia = 0;
+    nextchar(text<132>(d.line(more ? 8 : 11, 80)), il, ip, cha, ia);
+    const std::string_view name = cha(1, ia);
+    if (!isplain(name)) d.target = text<132>();
     else if (more) d.target = joined({"$TANOHEPATH/dvifiles/", name, "/", name, ".dvi &"});
     else d.target = joined({cmpa.tanohepath.trimmed(), "/", name});
 }
@@ -197,13 +196,11 @@ void settarget(display& d)
 // levels.
 bool openlevel(display& d)
 {
-    if (d.afresh) d.depth = 0;
-    d.afresh = false;
     if (d.depth == 4) return false;
     level& l = d.levels(++d.depth);
     l.count = 0;
     l.chosen = "return";
-    for (bool more = true; more && d.line.begins("/#"); more = d.file.next(d.line)) {
+    for (; d.line.begins("/#"); nextline(d)) {
         if (l.count == 32) continue;
         l.entry(++l.count) = text<80>(d.line(3, 80));
         settarget(d);
@@ -212,7 +209,7 @@ bool openlevel(display& d)
 }
 
 // Builds the menu: "return", then the entries of the levels, the deepest first. `listed` holds the
-// entries as in the file. Returns their count, with "return".
+// entries as in the file. The help keys stay. Returns the count of entries, with "return".
 int buildmenu(const display& d, dim<text<80>, 1, 64>& listed)
 {
     int n = 1;
@@ -221,9 +218,7 @@ int buildmenu(const display& d, dim<text<80>, 1, 64>& listed)
         const level& from = d.levels(l);
         for (int k = 1; k <= from.count && n < 64; ++k) listed(++n) = from.entry(k);
     }
-    for (int k = 1; k <= n; ++k) {
-        menuentry(k, listed(k).trimmed(), scrd.helpar(k).all());  // the help keys stay
-    }
+    for (int k = 1; k <= n; ++k) menuentry(k, listed(k).trimmed(), scrd.helpar(k).all());
     return n;
 }
 
@@ -253,16 +248,16 @@ bool chooserelated(display& d, text<80>& entry)
 void startviewer(const display& d)
 {
     // The name may be that of a "details" line, without the "&" that keeps the dialogue going.
-    const bool background = d.target.trimmed().ends_with('&');
-    const text<132> command = background ? d.target : joined({d.target.trimmed(), " &"});
+    const std::string_view target = d.target.trimmed();
+    const text<132> command = joined({target, target.ends_with('&') ? "" : " &"});
     viewdvi(cstring(command.trimmed()));
 }
 
 void showdetails(const display& d)
 {
-    const cstring name(d.target.trimmed());
+    const std::string_view name = d.target.trimmed();
     infile file;
-    if (!file.open(name)) return writeprintable(" file ", name.ch, " for details not found");
+    if (!file.open(cstring(name))) return writeprintable(" file ", name, " for details not found");
     text<80> line;
     while (file.next(line)) writeprintable("", line.all(), "");
 }
@@ -301,31 +296,21 @@ bool walk(display& d)
     return true;
 }
 
-// Counts how deep help texts are open inside each other.
-struct nesting {
-    static inline int depth = 0;
-    nesting() { ++depth; }
-    ~nesting() { --depth; }
-};
-
 }  // namespace
 
 void helproutine(const text<132>& chcom, const text<132>& helpfile)
 {
-    const nesting counted;
     cmpa.nwrwin = noutput;
     window(1);
     display d;
-    d.width = std::clamp(term.ncol(1), 1, 132);
     const int rows = term.nrows(1) > 0 ? term.nrows(1) : 24;  // 0: the terminal does not know
     d.page = std::max(rows - 1, 1);
     d.key = chcom;
-    const cstring name(helpfile.trimmed());
-    if (!d.file.open(name) || d.key.blank()) {
+    if (!d.file.open(cstring(helpfile.trimmed())) || d.key.blank()) {
         writerecord(noutput, {"entry of helpfile  could not be identified"});
         return;
     }
-    if (nesting::depth > 8) {
+    if (display::open > 8) {
         writerecord(noutput, {"too many help texts are open inside each other"});
         return;
     }
@@ -346,15 +331,14 @@ void help(const text<132>& chin)
     const std::string_view directory(path.hepath.item, sizeof path.hepath.item);
     const std::size_t nul = directory.find('\0');
     text<132> name = joined(
-        {directory.substr(0, nul < directory.size() ? nul : 0), localpath.localhepath.all()}, true);
+        {directory.substr(0, nul < directory.size() ? nul : 0), localpath.localhepath.trimmed()},
+        true);
 
+    if (access(cstring(name.trimmed()), F_OK) != 0) name = "helpfile.help";
     if (access(cstring(name.trimmed()), F_OK) != 0) {
-        name = "helpfile.help";
-        if (access("helpfile.help", F_OK) != 0) {
-            writerecord(noutput, {" helpfile:", name.trimmed()});
-            writerecord(noutput, {" not found in the current directory "});
-            return;
-        }
+        writerecord(noutput, {" helpfile:", name.trimmed()});
+        writerecord(noutput, {" not found in the current directory "});
+        return;
     }
     helproutine(chcom, name);
 }
