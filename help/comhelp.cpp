@@ -41,13 +41,15 @@ struct display {
     std::string_view markup;  // of the markup line shown last
     int depth = 0;            // menu levels opened
     dim<level, 1, 4> levels;
-    // What "more" and "details" open: one field for both, so that the last such line of the file
-    // decides for both. Meant so.
+    // What "more" and "details" open: one field for both on purpose, so that the last such line
+    // read decides for both.
     text<132> target;
 };
 
 constexpr int circlebound = 100;  // continuations from entry to entry before one is given up
 
+// Writes a line with a text from a file. It has at most 132 characters, and a control character takes
+// two columns.
 void writeprintable(std::string_view before, std::string_view from, std::string_view after)
 {
     const printable<264> shown(from);
@@ -97,20 +99,20 @@ void showmarkup(display& d)
     writeprintable(before.all(), shown, escape::normal);
 }
 
-// Waits for Enter below a page. On a terminal a word tells of text that follows, and is
-// wiped again.
+// Waits for Enter below a page. On a terminal a hint tells of text that follows, and is wiped
+// again.
 void pause(display& d, bool follows)
 {
-    const text<17> hint(" Enter shows more");
-    const std::string_view word = hint(1, std::clamp(term.ncol(1) - 1, 0, 17));
+    const text<17> whole(" Enter shows more");
+    const std::string_view hint = whole(1, std::clamp(term.ncol(1) - 1, 0, 17));
     const bool tells = follows && isatty(STDIN_FILENO);
-    if (tells) writepart(noutput, word), writepart(noutput, "\r");
+    if (tells) writepart(noutput, hint), writepart(noutput, "\r");
     text<80> answer;
     if (!readrecord(ninput, answer)) stop("end of input at a page of the help text");
     if (endedinplace()) writerecord(noutput, {" "});
     cursorup(noutput, escape::up2);
     if (tells) {
-        writerecord(noutput, {blanks(static_cast<int>(word.size()))});
+        writerecord(noutput, {blanks(static_cast<int>(hint.size()))});
         cursorup(noutput, escape::up2);
     }
     if (answer(1) == 'q' || answer(1) == '*') d.depth = 0;  // the next menu is a first level
@@ -307,12 +309,10 @@ void helproutine(const text<132>& chcom, const text<132>& helpfile)
     d.page = std::max(rows - 1, 1);
     d.key = chcom;
     if (!d.file.open(cstring(helpfile.trimmed())) || d.key.blank()) {
-        writerecord(noutput, {"entry of helpfile  could not be identified"});
-        return;
+        return writerecord(noutput, {"entry of helpfile  could not be identified"});
     }
     if (display::open > 8) {
-        writerecord(noutput, {"too many help texts are open inside each other"});
-        return;
+        return writerecord(noutput, {"too many help texts are open inside each other"});
     }
     const int lc = d.key.length();
     d.starred = d.key(lc) == '*';
@@ -337,8 +337,7 @@ void help(const text<132>& chin)
     if (access(cstring(name.trimmed()), F_OK) != 0) name = "helpfile.help";
     if (access(cstring(name.trimmed()), F_OK) != 0) {
         writerecord(noutput, {" helpfile:", name.trimmed()});
-        writerecord(noutput, {" not found in the current directory "});
-        return;
+        return writerecord(noutput, {" not found in the current directory "});
     }
     helproutine(chcom, name);
 }

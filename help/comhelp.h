@@ -51,7 +51,8 @@ struct helprecord {
 };
 extern helprecord cmpa;
 
-/// Name of this program's help file relative to the help directory, with a leading "/"; set at start-up.
+/// Name of this program's help file relative to the help directory, with a leading "/"; set at
+/// start-up.
 struct localrecord {
     text<80> localhepath;
 };

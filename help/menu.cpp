@@ -36,7 +36,6 @@ struct menu {
     std::int32_t& lk;
     text<132>& cheader;
     text<80>& chdf;
-    text<80> chin80 = chdf;                      // as passed in, for the restart after a help text
     char wrb = cheader(132), go = cheader(131);  // mode letters
 
     int npx = 0;         // width of the header and separator lines
@@ -423,13 +422,6 @@ step decide(menu& m)
     return m.lq > 0 || cancelled ? step::done : step::again;
 }
 
-void showhelp(menu& m)
-{
-    if (m.jq == 0) return;  // nothing highlighted: the text typed is now the default
-    help(scrd.helpar(m.jq));
-    m.chdf = m.chin80;
-}
-
 // Takes the choice from the script file: its lines are echoed up to the separator, which begins
 // with the number. A title recorded once more after a help text looks like one, but for the number.
 void replay(menu& m)
@@ -482,8 +474,13 @@ void query(std::int32_t& lq, std::int32_t& lk, text<132>& cheader, text<80>& chd
 {
     if (lq < 0 || lq > 64) stop("a menu of %d entries", lq);
     menu m{lq, lk, cheader, chdf};
+    const text<80> chin80 = chdf;  // for the restart after a help text
     cheader(132) = ' ';
-    while (selectentry(m) == step::help) showhelp(m);
+    while (selectentry(m) == step::help) {
+        if (m.jq == 0) continue;  // nothing highlighted: the text typed is the default now
+        help(scrd.helpar(m.jq));
+        chdf = chin80;
+    }
     chdf(80) = static_cast<char>(static_cast<unsigned char>(48 + m.iwrl));
     writerecord(noutput, {" ", escape::normal, escape::up1});
 }
