@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+// help/comhelp.cpp: the help file and its display.
 #include "help/comhelp.h"
 
 #include <unistd.h>
 
 #include <algorithm>
-#include <charconv>
 
 #include "base/channel.h"
 #include "base/infile.h"
@@ -14,568 +14,8 @@
 #include "terminal/key.h"
 #include "terminal/readalinef.h"
 
-menurecord scrd;
 helprecord cmpa;
 localrecord localpath;
-
-namespace {
-
-constexpr int nwr = 6;  // the menu and the help display write to standard output
-constexpr int nrd = 5;
-
-// The parts side by side. Beyond 132 characters they are cut if `cut` says so; else all is blank,
-// as half a path or command is worse than none.
-text<132> joined(std::initializer_list<std::string_view> parts, bool cut = false)
-{
-    text<132> whole;
-    int at = 0;
-    for (const std::string_view part : parts) {
-        const int end = at + static_cast<int>(part.size());
-        if (end > 132 && !cut) return text<132>();
-        whole.put(at + 1, std::min(end, 132), part);
-        at = std::min(end, 132);
-    }
-    return whole;
-}
-
-}  // namespace
-
-// The selection menu.
-
-namespace {
-
-// The working values of one call of `query`.
-struct menu {
-    std::int32_t& lq;
-    std::int32_t& lk;
-    text<132>& cheader;
-    text<80>& chdf;
-    std::int32_t lqin;  // as passed in, for the restart after a help text
-    text<80> chin80;
-    char wrb, go;  // mode letters
-
-    int npx = 0;         // width of the header and separator lines
-    int npl_i = 0;       // where a row with a single long entry is broken
-    int iz = 0;          // screen rows
-    int iwrl = 0;        // lines written
-    bool iquit = false;  // an entry begins with "q", which then does not cancel
-
-    std::int32_t le = 0;  // length of the text to search for
-    int ikey = 0;         // 1: a step forward, -1: back, 0: search, -2: nowhere
-    int jjq = 0;          // entry at the cursor, 0 for none
-    int jq = 0;           // highlighted entry, 0 for none
-    text<132> ch132{};    // the answer
-    int echo = 0;         // columns that it took on the screen
-
-    bool block = false;   // equal columns are asked for
-    int columns = 0;      // of the terminal when the menu was laid out
-    bool afresh = false;  // what is on the screen is out of place: draw it below
-};
-
-bool fullwidth(char wrb) { return wrb == 'w' || wrb == 'r' || wrb == 'l'; }
-
-// The default, also taken anew after a help text. It loses its "#".
-void takedefault(menu& m)
-{
-    m.block = m.chdf(80) == '#';
-    text<132> working(m.chdf(1, 79));
-    stringlength(working, m.le);
-    if (m.le == 0) m.lk = m.lq;
-    m.chdf = text<80>(working.all());
-}
-
-// Blanks a field beyond the terminal width.
-template <int n>
-void cut(text<n>& field)
-{
-    const int width = std::max(term.ncol(1), 0);
-    if (width < std::min(131, n)) field.put(width + 1, n, "");
-}
-
-void drawtitle(menu& m)
-{
-    text<132> line(dashes(132));
-    if (!m.cheader.blank()) {
-        cut(m.cheader);
-        text<140> title(m.cheader(1, 130));
-        int l = title.length();
-        if (!m.cheader.contains("information")) {
-            title.put(l + 1, l + 10, " (help:he)");
-            l += 10;
-        }
-        const int i = (m.npx - l) / 2;
-        for (int k = std::max(1, 1 - i); k <= l && i + k <= 132; ++k) line(i + k) = title(k);
-    }
-    const std::string_view shown = line(1, std::max(m.npx, 0));
-    writerecord(nwr, {escape::normal, shown});
-    m.iwrl = 1;
-    if (m.wrb == 'w') writerecord(nscript, {shown});
-    if (m.wrb == 'r') readrecord(nscript, line);  // the recorded title is of no use
-}
-
-// Lengths of the entries; returns the width of the widest with its frame.
-int measureentries(menu& m)
-{
-    int laengez = 0;
-    for (int k = 1; k <= m.lq; ++k) {
-        text<16> ext = scrd.ext(k);
-        cut(ext);
-        scrd.ld(k) = ext.length();
-        cut(scrd.queryar(k));
-        scrd.lw(k) = scrd.queryar(k).length();
-        if (scrd.queryar(k)(1) == 'q') m.iquit = true;
-        laengez = std::max(laengez, scrd.lw(k) + scrd.ld(k) + 3);
-    }
-    return laengez;
-}
-
-// Equal columns, as many as fit without leaving the last row too empty. False if none fits, and for
-// a single entry.
-bool blocklayout(menu& m, int laengez)
-{
-    laengez += 2;
-    int lapl = std::max(m.npx, 0) / laengez;
-    if (lapl == 0 || m.lq < 2) return false;
-    m.iz = (m.lq + lapl - 1) / lapl;
-    lapl = (m.lq + m.iz - 1) / m.iz;  // no more than fill these rows
-    for (int k = 1; k <= m.lq; ++k) scrd.laenge(k) = laengez + 5;
-    for (int r = 1; r < m.iz; ++r) scrd.lpart(r) = lapl;
-    scrd.lpart(m.iz) = m.lq - lapl * (m.iz - 1);
-    return true;
-}
-
-// Begins a new row with `count` entries. A 65th row, which only the 64th entry of a very narrow
-// menu could take, is never drawn and therefore not counted.
-void nextrow(menu& m, int count)
-{
-    if (m.iz < 64) scrd.lpart(++m.iz) = count;
-}
-
-// Entries one after another, each in a cell of a multiple of ten columns.
-void flowinglayout(menu& m)
-{
-    m.iz = 1;
-    scrd.lpart(1) = 0;
-    int used = 0;  // width of the current row
-    for (int k = 1; k <= m.lq; ++k) {
-        const int width = ((scrd.lw(k) + 5) / 10 + 1) * 10 + scrd.ld(k);
-        scrd.laenge(k) = width;
-        if (width >= m.npx) {
-            // The width goes to the entry numbered like the new row, not to entry k, and the row
-            // in hand stays as it is. Odd, but part of the layout.
-            if (m.iz < 64) scrd.laenge(m.iz + 1) = width;
-            nextrow(m, 1);
-            continue;
-        }
-        used += width + 6;
-        ++scrd.lpart(m.iz);
-        if (used == m.npx) {
-            used = 0;
-            nextrow(m, 0);
-        } else if (used > m.npx) {
-            used =
-                width + 4;  // not 6: the first cell of a row counts less; the layout depends on it
-            --scrd.lpart(m.iz);
-            nextrow(m, 1);
-        }
-    }
-}
-
-// Widths, title, rows.
-void layout(menu& m)
-{
-    m.npx = std::min(fullwidth(m.wrb) ? term.ncol(1) : term.npl, 133) - 3;
-    m.npl_i = std::min(term.ncol(1), 132) - 3;
-    int rows = 0;
-    sizenow(rows, m.columns);
-    drawtitle(m);
-    const int laengez = measureentries(m);
-    scrd.lpart(0) = 0;
-    if (!m.block || !blocklayout(m, laengez)) flowinglayout(m);
-    m.afresh = false;
-}
-
-// The set-up of a menu. Nothing is highlighted yet.
-void setup(menu& m)
-{
-    takedefault(m);
-    layout(m);
-    m.jjq = m.jq = m.ikey = 0;
-}
-
-// First entry after `from` that contains the text, from the top again if there is none; lq + 1 if
-// no entry does.
-int search(const menu& m, int from)
-{
-    const std::string_view wanted = m.chdf(1, m.le);
-    for (int i = 0; i < m.lq; ++i) {
-        const int k = (from + i) % m.lq + 1;
-        if (scrd.queryar(k).contains(wanted)) return k;
-    }
-    return m.lq + 1;
-}
-
-int entrytomark(const menu& m)
-{
-    if (m.le >= 1 && m.ikey == 0) return search(m, m.jjq);
-    if (m.ikey == 1) return m.jjq < m.lq ? m.jjq + 1 : 1;
-    if (m.ikey == -1) return m.jjq > 1 ? m.jjq - 1 : m.lq;
-    return 0;
-}
-
-// Chooses the entry to highlight and rebuilds all cells. No entry is highlighted before.
-void mark(menu& m)
-{
-    const int jj = entrytomark(m);
-    for (int k = 1; k <= m.lq; ++k) {
-        const std::string_view entry = scrd.queryar(k)(1, scrd.lw(k));
-        const std::string_view ext = scrd.ext(k)(1, scrd.ld(k));
-        const std::string_view gap = blanks(ext.empty() ? 0 : 1);
-        if (k == jj) {
-            m.jjq = m.jq = k;
-            m.chdf = text<80>(scrd.queryar(k).all());
-            scrd.type(k) = joined({escape::red, "[", entry, gap, ext, "]"}, true);
-        } else {
-            scrd.type(k) = joined({escape::normal, " ", entry, gap, ext}, true);
-        }
-    }
-}
-
-// How many lines of the screen a text of so many columns takes.
-int screenlines(int columns)
-{
-    const int width = std::max(term.ncol(1), 1);
-    return std::max((columns + width - 1) / width, 1);
-}
-
-// Columns that entry k takes with its brackets: its cell holds no more than 128.
-int textwidth(int k) { return std::min(scrd.lw(k) + scrd.ld(k) + (scrd.ld(k) > 0 ? 3 : 2), 128); }
-
-// Length of the control sequence at the start of the cell of entry k.
-int sequencelength(int k) { return static_cast<int>(scrd.type(k).all().find('m')) + 1; }
-
-// The last of the entries k to `last` that fit on one line of the screen beside entry k. What would
-// pass the edge of the terminal goes to a line of its own.
-int lastbeside(int k, int last)
-{
-    const int sequence = static_cast<int>(escape::normal.size());
-    int used = scrd.laenge(k) - sequence;
-    while (k < last && used + textwidth(k + 1) <= term.ncol(1)) {
-        used += scrd.laenge(++k) - sequence;
-    }
-    return k;
-}
-
-// How many cells a line of a row takes: the first digit of the count. A row of ten and more entries
-// therefore comes out as several lines. The menu counts them as one, and its cursor movements rely
-// on that.
-int cellsperline(int count)
-{
-    text<8> number;
-    itoc8(number, count);
-    return number(2) == ' ' ? 1 : number(2) - '0';
-}
-
-// A row of the menu: `count` entries after entry `ii`.
-struct menurow {
-    int ii, count;
-    bool wide;   // a single entry too wide for one line,
-    int broken;  // broken after this column of its cell, and never in its control sequence
-    int lines;   // of the screen
-};
-
-// Lines of the screen of the second line of a wide row, which begins with a blank.
-int secondlines(const menurow& row)
-{
-    const int sequence = static_cast<int>(escape::red.size());
-    return screenlines(1 + sequence + textwidth(row.ii + 1) - row.broken);
-}
-
-int rowlines(const menurow& row)
-{
-    if (row.wide) return 1 + secondlines(row);
-    if (row.count == 0 || cellsperline(row.count) < row.count) return 1;
-    int lines = 0;
-    for (int k = row.ii + 1; k <= row.ii + row.count; ++k) {
-        lines += screenlines(textwidth(k));
-        k = lastbeside(k, row.ii + row.count);
-    }
-    return lines;
-}
-
-// Calls `each` for every row.
-template <typename action>
-void foreachrow(const menu& m, action each)
-{
-    menurow row{0, 0, false, std::max(m.npl_i - 3, 5), 0};
-    for (int r = 1; r <= m.iz; ++r) {
-        row.count = scrd.lpart(r);
-        row.wide = row.count == 1 && row.ii < 64 && scrd.laenge(row.ii + 1) > m.npl_i;
-        row.lines = rowlines(row);
-        each(row);
-        row.ii += row.count;
-    }
-}
-
-// Writes entries first..last side by side. Blanks of their cells beyond the edge of the terminal
-// are left out, as they would take a line of the screen more.
-void drawline(int unit, int first, int last)
-{
-    int room = screenlines(textwidth(first)) * term.ncol(1);
-    for (int k = first; k <= last; ++k) {
-        const int sequence = sequencelength(k);
-        const int width = std::clamp(scrd.laenge(k), 0, std::clamp(sequence + room, 0, 132));
-        writepart(unit, scrd.type(k)(1, width));
-        room -= width - sequence;
-    }
-    writerecord(unit, {});
-}
-
-// Writes a wide row.
-void drawwide(int unit, const menurow& row)
-{
-    const text<132>& type = scrd.type(row.ii + 1);
-    const int end = row.broken + secondlines(row) * term.ncol(1) - 1;
-    writerecord(unit, {type(1, row.broken)});
-    writerecord(unit, {" ", type(row.broken + 1, std::clamp(end, row.broken, 132))});
-}
-
-// Writes the rows to a channel and returns the count of lines, as the menu counts them.
-int drawrows(const menu& m, int unit)
-{
-    int lines = 0;
-    foreachrow(m, [&](const menurow& row) {
-        const int last = row.ii + row.count;
-        if (last >= 64) return;  // so the row that holds entry 64 is never drawn
-        lines += row.lines;
-        if (row.wide) return drawwide(unit, row);
-        if (row.count == 0) writerecord(unit, {});
-        const int step = cellsperline(row.count);
-        for (int k = row.ii + 1, end = 0; k <= last; k = end + 1) {
-            end = lastbeside(k, std::min(k + step - 1, last));
-            drawline(unit, k, end);
-        }
-    });
-    return lines;
-}
-
-void drawseparator(menu& m)
-{
-    writerecord(nwr, {escape::normal, dashes(m.npx)});
-    ++m.iwrl;
-}
-
-// Reads the rest of a typed text, of which the key was the first character.
-void readrest(menu& m, int code)
-{
-    text<132> rest;
-    const bool any = readrecord(nrd, rest);
-    if (any && endedinplace() && !inputended() && !keyahead()) {
-        freshline(nwr, term.ncol(1));
-        m.afresh = moreahead();  // with further line ends, which may have moved the cursor
-    } else if (endedinplace()) {
-        writerecord(nwr, {any ? " " : ""});
-    }
-    const cstring title(m.cheader.trimmed());
-    if (!any) stop("end of input in an answer to the menu \"%s\"", title.ch);
-    m.ch132(1) = static_cast<char>(code);
-    m.ch132.put(2, 132, rest.all());
-    if (isatty(STDIN_FILENO)) m.echo = m.ch132.length();
-}
-
-// A terminal that has been made narrower has broken the lines of the menu.
-void noteresize(menu& m)
-{
-    int rows = 0, columns = 0;
-    sizenow(rows, columns);
-    if (columns >= m.columns) return;
-    window(1);
-    m.afresh = true;
-}
-
-// A key, or a typed text.
-void readkey(menu& m)
-{
-    const int code = key();
-    const cstring title(m.cheader.trimmed());
-    if (inputended()) stop("end of input at the menu \"%s\"", title.ch);
-    m.ikey = 0;
-    if (code < 0) {
-        const bool back = code == keyup || code == keyleft;
-        const bool forward = code == keydown || code == keyright;
-        m.ikey = back ? -1 : forward ? 1 : -2;
-        m.ch132 = "shift";
-        writerecord(nwr, {" "});
-    } else if (code == keyenter) {
-        writerecord(nwr, {" "});
-    } else {
-        readrest(m, code);
-    }
-    noteresize(m);
-}
-
-void readanswer(menu& m)
-{
-    m.ch132 = text<132>();
-    m.echo = 0;
-    if (m.lq < 2) drawseparator(m);
-    else if (m.go != 'g') readkey(m);
-}
-
-// Records the rows and, in the separator line, the number of the choice.
-void recordchoice(const menu& m)
-{
-    drawrows(m, nscript);
-    text<132> line(dashes(std::max(m.npx, 5)));
-    std::to_chars(line.ch, line.ch + 2, m.jq);
-    writerecord(nscript, {line(1, std::max(m.npx, 5))});
-}
-
-// Wipes the answer line, or lines; the cursor ends on it.
-void wipeanswer(const menu& m)
-{
-    const int width = m.echo > m.npx ? term.ncol(1) : m.npx;
-    for (int lines = screenlines(m.echo); lines > 0; --lines) {
-        cursorup(nwr, escape::up2);
-        writerecord(nwr, {blanks(width)});
-        cursorup(nwr, escape::up2);
-    }
-}
-
-// Wipes the rows from the bottom up; the cursor ends where the first row goes. The bound
-// differs from the drawing's, and both are kept.
-void wiperows(menu& m)
-{
-    const auto climb = [&m](const menurow& row) {
-        if (row.ii + 1 >= 64) return;
-        int lines = row.lines;
-        for (; lines > 1; lines -= 2) cursorup(nwr, escape::up3);
-        if (lines > 0) cursorup(nwr, escape::up2);
-        m.iwrl -= row.lines;
-    };
-    cursorup(nwr, escape::up2);
-    --m.iwrl;
-    foreachrow(m, climb);
-    foreachrow(m, [&m](const menurow& row) {
-        if (row.ii + 1 >= 64) return;
-        for (int line = row.lines; line > 0; --line) writerecord(nwr, {blanks(m.npl_i)});
-        m.iwrl += row.lines;
-    });
-    foreachrow(m, climb);
-}
-
-enum class step { again, help, done };
-
-// What the answer asks for.
-step decide(menu& m)
-{
-    stringlength(m.ch132, m.le);
-    m.chdf = text<80>(m.ch132(1, m.le));
-    if (m.chdf.begins("he")) {
-        writerecord(nwr, {" select by typing a substring, RET",
-                          " or by repeatedly using left/right shift keys"});
-    }
-    m.le = std::min(m.le, 80);
-    lc_character(m.ch132);
-    if (m.ch132.begins("he") && !m.cheader.contains("further related")) return step::help;
-
-    if (m.chdf(1) == '*' || (m.chdf(1) == 'q' && !m.iquit)) {  // cancelled
-        m.lq = m.lk = 0;
-        return step::done;
-    }
-    if (m.chdf(1) != ' ') {
-        if (m.afresh) layout(m);
-        else wiperows(m);
-        m.jq = 0;
-        return step::again;
-    }
-    m.lk = 0;
-    m.lq = m.jq;
-    if (m.lq == 0) return step::again;
-    m.chdf = text<80>(scrd.queryar(m.lq).all());
-    return step::done;
-}
-
-void showhelp(menu& m)
-{
-    if (m.jq == 0) return;  // nothing highlighted: the menu starts again unchanged
-    help(scrd.helpar(m.jq));
-    m.jq = 0;
-    m.lq = m.lqin;
-    m.lk = m.lq;
-    m.chdf = m.chin80;
-}
-
-// Takes the choice from the script file: its lines are echoed up to the separator, which begins
-// with the number. A title recorded once more after a help text looks like one, but for the number.
-void replay(menu& m)
-{
-    text<132> ch132;
-    while (ch132(3, 5) != "---" || !isdecimal(ch132(1))) {
-        if (!readrecord(nscript, ch132)) stop("script file: ends within a menu");
-        writerecord(nwr, {escape::normal, ch132(1, std::clamp(term.ncol(1), 0, 132))});
-        ++m.iwrl;
-    }
-    m.lq = ch132(1) - '0';
-    if (isdecimal(ch132(2))) m.lq = 10 * m.lq + (ch132(2) - '0');
-    if (m.lq > m.lqin) stop("script file: no such entry in the menu: \"%.5s\"", ch132.ch);
-    if (m.lq > 0) m.chdf = text<80>(scrd.queryar(m.lq).all());
-}
-
-// Marks, shows and asks until the menu ends or starts again.
-step selectentry(menu& m)
-{
-    for (;;) {
-        mark(m);
-        if (m.wrb == 'r') {
-            replay(m);
-            return step::done;
-        }
-        m.iwrl += drawrows(m, nwr);
-        writerecord(nwr, {escape::normal, escape::up1});
-        drawseparator(m);
-        if (m.le == 0) return step::done;  // no default and no answer: the menu is only drawn
-        readanswer(m);
-        if (m.wrb == 'w' && m.ch132.blank()) recordchoice(m);
-        wipeanswer(m);
-        const step next = decide(m);
-        if (next != step::again) return next;
-    }
-}
-
-}  // namespace
-
-void menuentry(int k, std::string_view entry, std::string_view key)
-{
-    const text<132> helpkey(key);  // which may lie in the record itself
-    scrd.queryar(k) = text<132>(printable<132>(entry).view());
-    scrd.helpar(k) = helpkey;
-    scrd.ext(k) = text<16>();
-}
-
-void query(std::int32_t& lq, std::int32_t& lk, text<132>& cheader, text<80>& chdf)
-{
-    if (lq < 0 || lq > 64) stop("a menu of %d entries", lq);
-    menu m{.lq = lq,
-           .lk = lk,
-           .cheader = cheader,
-           .chdf = chdf,
-           .lqin = lq,
-           .chin80 = chdf,
-           .wrb = cheader(132),
-           .go = cheader(131)};
-    cheader(132) = ' ';
-    step next = step::again;
-    do {
-        setup(m);
-        next = selectentry(m);
-        if (next == step::help) showhelp(m);
-    } while (next != step::done);
-    chdf(80) = static_cast<char>(static_cast<unsigned char>(48 + m.iwrl));
-    writerecord(nwr, {" ", escape::normal, escape::up1});
-}
-
-// The help file.
 
 namespace {
 
@@ -588,24 +28,28 @@ struct level {
 
 // The working values of one call of `helproutine`.
 struct display {
+    static inline int open = 0;  // how many displays are open inside each other
+    display() { ++open; }
+    ~display() { --open; }
+
     infile file;
-    text<132> key;  // with its "/"
-    int width = 1;  // of the page, in columns
-    int page = 1;   // rows of a page
-    text<80> line;  // read last
-    bool starred = false;
+    text<132> key;         // with its "/"
+    int page = 1;          // rows of a page
+    text<80> line;         // read last; "/" at the end of the file, which ends a text, too
+    bool starred = false;  // the key ended in "*"
 
     std::string_view markup;  // of the markup line shown last
-    bool afresh = false;      // a pause was answered by "q": the next menu is a first level again
     int depth = 0;            // menu levels opened
     dim<level, 1, 4> levels;
-    // What "more" and "details" open: one field for both, so that the last such line of the file
-    // decides for both. Meant so.
+    // What "more" and "details" open: one field for both on purpose, so that the last such line
+    // read decides for both.
     text<132> target;
 };
 
 constexpr int circlebound = 100;  // continuations from entry to entry before one is given up
 
+// Writes a line with a text from a file. It has at most 132 characters, and a control character takes
+// two columns.
 void writeprintable(std::string_view before, std::string_view from, std::string_view after)
 {
     const printable<264> shown(from);
@@ -636,72 +80,74 @@ bool findentry(display& d)
     return found;
 }
 
+void nextline(display& d)
+{
+    if (!d.file.next(d.line)) d.line = "/";
+}
+
+// Shows a line that begins with a backslash.
 void showmarkup(display& d)
 {
     const std::string_view letters = d.line(2, 3);
     if (letters == "bf") d.markup = escape::bold;
     if (letters == "ul") d.markup = escape::underline;
     if (letters == "bc") d.markup = escape::blue;
-    const text<77> shown(d.line(4, 80));
-    if (d.markup.empty()) return writeprintable("", shown.trimmed(), "");
+    const std::string_view shown = without(d.line.trimmed(), 3);
+    if (d.markup.empty()) return writeprintable("", shown, "");
     text<5> before;  // right-aligned
     before.put(6 - static_cast<int>(d.markup.size()), 5, d.markup);
-    writeprintable(before.all(), shown.trimmed(), escape::normal);
+    writeprintable(before.all(), shown, escape::normal);
 }
 
-int screenrows(const display& d) { return std::max(1, (d.line.length() + d.width - 1) / d.width); }
-
-// Waits for Enter below a page. On a terminal a word tells of text that follows, and is
-// wiped again.
+// Waits for Enter below a page. On a terminal a hint tells of text that follows, and is wiped
+// again.
 void pause(display& d, bool follows)
 {
-    const std::string_view word =
-        std::string_view(" Enter shows more").substr(0, static_cast<std::size_t>(d.width - 1));
+    const text<17> whole(" Enter shows more");
+    const std::string_view hint = whole(1, std::clamp(term.ncol(1) - 1, 0, 17));
     const bool tells = follows && isatty(STDIN_FILENO);
-    if (tells) writepart(nwr, word), writepart(nwr, "\r");
+    if (tells) writepart(noutput, hint), writepart(noutput, "\r");
     text<80> answer;
-    if (!readrecord(nrd, answer)) stop("end of input at a page of the help text");
-    if (endedinplace()) writerecord(nwr, {" "});
-    cursorup(nwr, escape::up2);
+    if (!readrecord(ninput, answer)) stop("end of input at a page of the help text");
+    if (endedinplace()) writerecord(noutput, {" "});
+    cursorup(noutput, escape::up2);
     if (tells) {
-        writerecord(nwr, {blanks(static_cast<int>(word.size()))});
-        cursorup(nwr, escape::up2);
+        writerecord(noutput, {blanks(static_cast<int>(hint.size()))});
+        cursorup(noutput, escape::up2);
     }
-    if (answer(1) == 'q' || answer(1) == '*') d.afresh = true;
+    if (answer(1) == 'q' || answer(1) == '*') d.depth = 0;  // the next menu is a first level
 }
 
 // Shows lines of the text until the page is full, counted in rows of the screen, or the text ends.
 // `line` is left at the first line not shown. True if the page is full.
-bool showpage(display& d, bool& more)
+bool showpage(display& d)
 {
     int rows = 0;
-    while (more && d.line(1) != '/') {
-        const int needed = screenrows(d);
+    while (d.line(1) != '/') {
+        const int needed = screenlines(d.line.length());
         if (rows > 0 && rows + needed > d.page) return true;
         if (d.line(1) == '\\') showmarkup(d);
         else writeprintable("", d.line.trimmed(), "");
         rows += needed;
-        more = d.file.next(d.line);
+        nextline(d);
     }
     return rows >= d.page;
 }
 
 // Shows the text after the header page by page, with a pause after each. The line that ends it is
-// left in `line`, which is blank at the end of the file. False if the first line of a page named
-// another entry to go on with, which is now the key.
+// left in `line`. False if the first line of a page named another entry to go on with, which is now
+// the key.
 bool showtext(display& d)
 {
-    bool more = d.file.next(d.line);
-    for (bool full = true; full && more;) {
-        if (d.line.begins("/>")) {
-            d.key = joined({"/", d.line(3, 80)});
-            return false;
-        }
-        if (d.line(1) == '/') break;
-        full = showpage(d, more);
-        pause(d, full && more && (d.line(1) != '/' || d.line.begins("/>")));
+    nextline(d);
+    bool full = true;
+    while (full && d.line(1) != '/') {
+        full = showpage(d);
+        pause(d, full && (d.line(1) != '/' || d.line.begins("/>")));
     }
-    return true;
+    if (!full || !d.line.begins("/>")) return true;
+    d.key = joined({"/", d.line(3, 80)});
+    return false;
 }
 
 // Shows the entry of the key, over all its continuations. False, with a line that says why, if
@@ -720,35 +166,30 @@ bool showentry(display& d)
     return false;
 }
 
-// The name from column `i` of a line on, if it is plain: it becomes part of a
-// shell command and of a path. Blank otherwise.
-text<80> plainname(const text<80>& line, int i)
+// The name may become part of a shell command and of a path.
+bool isplain(std::string_view name)
 {
-    text<132> cha;
-    std::int32_t il = 0, ip = 0, ia = 0;
-    nextchar(text<132>(line(i, 80)), il, ip, cha, ia);
-    const std::string_view name = cha(1, ia);
-    const auto plain = [](char c) {
-        return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || isdecimal(c) ||
-               std::string_view("._+-/").find(c) != std::string_view::npos;
-    };
-    const bool accepted = std::all_of(name.begin(), name.end(), plain) && !name.starts_with('-') &&
-                          !joined({"/", name, "/"}).contains("/../");
-    return accepted ? text<80>(name) : text<80>();
+    constexpr std::string_view plain =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789._+-/";
+    return !name.empty() && !name.starts_with('-') &&
+           name.find_first_not_of(plain) == std::string_view::npos &&
+           !joined({"/", name, "/"}).contains("/../");
 }
 
 bool ismore(std::string_view entry) { return entry.starts_with("more "); }
 
 bool isdetails(std::string_view entry) { return entry.starts_with("details "); }
 
-// Notes what a "more" or "details" line opens; blank for a name that is not accepted.
+// Notes what a "more" or "details" line opens; blank if its name is not plain, or too long.
 void settarget(display& d)
 {
     const bool more = ismore(d.line(3, 80));
     if (!more && !isdetails(d.line(3, 80))) return;
-    const text<80> accepted = plainname(d.line, more ? 8 : 11);
-    const std::string_view name = accepted.trimmed();
-    if (name.empty()) d.target = text<132>();
+    text<132> cha;
+    std::int32_t il = 0, ip = 0, ia = 0;
+    nextchar(text<132>(d.line(more ? 8 : 11, 80)), il, ip, cha, ia);
+    const std::string_view name = cha(1, ia);
+    if (!isplain(name)) d.target = text<132>();
     else if (more) d.target = joined({"$TANOHEPATH/dvifiles/", name, "/", name, ".dvi &"});
     else d.target = joined({cmpa.tanohepath.trimmed(), "/", name});
 }
@@ -757,13 +198,11 @@ void settarget(display& d)
 // levels.
 bool openlevel(display& d)
 {
-    if (d.afresh) d.depth = 0;
-    d.afresh = false;
     if (d.depth == 4) return false;
     level& l = d.levels(++d.depth);
     l.count = 0;
     l.chosen = "return";
-    for (bool more = true; more && d.line.begins("/#"); more = d.file.next(d.line)) {
+    for (; d.line.begins("/#"); nextline(d)) {
         if (l.count == 32) continue;
         l.entry(++l.count) = text<80>(d.line(3, 80));
         settarget(d);
@@ -772,7 +211,7 @@ bool openlevel(display& d)
 }
 
 // Builds the menu: "return", then the entries of the levels, the deepest first. `listed` holds the
-// entries as in the file. Returns their count, with "return".
+// entries as in the file. The help keys stay. Returns the count of entries, with "return".
 int buildmenu(const display& d, dim<text<80>, 1, 64>& listed)
 {
     int n = 1;
@@ -781,9 +220,7 @@ int buildmenu(const display& d, dim<text<80>, 1, 64>& listed)
         const level& from = d.levels(l);
         for (int k = 1; k <= from.count && n < 64; ++k) listed(++n) = from.entry(k);
     }
-    for (int k = 1; k <= n; ++k) {
-        menuentry(k, listed(k).trimmed(), scrd.helpar(k).all());  // the help keys stay
-    }
+    for (int k = 1; k <= n; ++k) menuentry(k, listed(k).trimmed(), scrd.helpar(k).all());
     return n;
 }
 
@@ -813,16 +250,16 @@ bool chooserelated(display& d, text<80>& entry)
 void startviewer(const display& d)
 {
     // The name may be that of a "details" line, without the "&" that keeps the dialogue going.
-    const bool background = d.target.trimmed().ends_with('&');
-    const text<132> command = background ? d.target : joined({d.target.trimmed(), " &"});
+    const std::string_view target = d.target.trimmed();
+    const text<132> command = joined({target, target.ends_with('&') ? "" : " &"});
     viewdvi(cstring(command.trimmed()));
 }
 
 void showdetails(const display& d)
 {
-    const cstring name(d.target.trimmed());
+    const std::string_view name = d.target.trimmed();
     infile file;
-    if (!file.open(name)) return writeprintable(" file ", name.ch, " for details not found");
+    if (!file.open(cstring(name))) return writeprintable(" file ", name, " for details not found");
     text<80> line;
     while (file.next(line)) writeprintable("", line.all(), "");
 }
@@ -861,33 +298,21 @@ bool walk(display& d)
     return true;
 }
 
-// Counts how deep help texts are open inside each other.
-struct nesting {
-    static inline int depth = 0;
-    nesting() { ++depth; }
-    ~nesting() { --depth; }
-};
-
 }  // namespace
 
 void helproutine(const text<132>& chcom, const text<132>& helpfile)
 {
-    const nesting counted;
-    cmpa.nwrwin = nwr;
+    cmpa.nwrwin = noutput;
     window(1);
     display d;
-    d.width = std::clamp(term.ncol(1), 1, 132);
     const int rows = term.nrows(1) > 0 ? term.nrows(1) : 24;  // 0: the terminal does not know
     d.page = std::max(rows - 1, 1);
     d.key = chcom;
-    const cstring name(helpfile.trimmed());
-    if (!d.file.open(name) || d.key.blank()) {
-        writerecord(nwr, {"entry of helpfile  could not be identified"});
-        return;
+    if (!d.file.open(cstring(helpfile.trimmed())) || d.key.blank()) {
+        return writerecord(noutput, {"entry of helpfile  could not be identified"});
     }
-    if (nesting::depth > 8) {
-        writerecord(nwr, {"too many help texts are open inside each other"});
-        return;
+    if (display::open > 8) {
+        return writerecord(noutput, {"too many help texts are open inside each other"});
     }
     const int lc = d.key.length();
     d.starred = d.key(lc) == '*';
@@ -906,15 +331,13 @@ void help(const text<132>& chin)
     const std::string_view directory(path.hepath.item, sizeof path.hepath.item);
     const std::size_t nul = directory.find('\0');
     text<132> name = joined(
-        {directory.substr(0, nul < directory.size() ? nul : 0), localpath.localhepath.all()}, true);
+        {directory.substr(0, nul < directory.size() ? nul : 0), localpath.localhepath.trimmed()},
+        true);
 
+    if (access(cstring(name.trimmed()), F_OK) != 0) name = "helpfile.help";
     if (access(cstring(name.trimmed()), F_OK) != 0) {
-        name = "helpfile.help";
-        if (access("helpfile.help", F_OK) != 0) {
-            writerecord(nwr, {" helpfile:", name.trimmed()});
-            writerecord(nwr, {" not found in the current directory "});
-            return;
-        }
+        writerecord(noutput, {" helpfile:", name.trimmed()});
+        return writerecord(noutput, {" not found in the current directory "});
     }
     helproutine(chcom, name);
 }

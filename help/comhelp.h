@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <initializer_list>
 
 #include "base/field.h"
 
@@ -50,7 +51,8 @@ struct helprecord {
 };
 extern helprecord cmpa;
 
-/// Name of this program's help file relative to the help directory, with a leading "/"; set at start-up.
+/// Name of this program's help file relative to the help directory, with a leading "/"; set at
+/// start-up.
 struct localrecord {
     text<80> localhepath;
 };
@@ -65,3 +67,10 @@ void help(const text<132>& chin);
 /// and walks through its related entries, at most 4 levels deep. The caller's menu entries survive
 /// it, but for the exit at the fifth level.
 void helproutine(const text<132>& chcom, const text<132>& helpfile);
+
+/// The parts side by side. Beyond 132 characters they are cut if `cut` says so; else all is blank,
+/// as half a path or command is worse than none.
+text<132> joined(std::initializer_list<std::string_view> parts, bool cut = false);
+
+/// How many lines of the screen a text of so many columns takes, at least 1.
+int screenlines(int columns);
