@@ -80,7 +80,7 @@ int findsymbol(std::span<const text<2>> symbols, const text<2>& symbol);
 struct modifications {
     infile table;
     int n = 0;
-    long first = 0;             // number of the first line; the others follow it
+    long before = 0;            // lines before the first of them
     dim<text<81>, 1, 64> line;  // as it is in the file; column 81 only shows what column 80 cuts
 
     /// Density of modification `k` in g/cm3; 0 if there is none. Ends the program where the line
