@@ -73,6 +73,19 @@ float mixture(const compound& c, const dim<float, 1, uranium>& a);
 /// beyond it are not read.
 int readelements(std::span<text<2>> es, std::span<text<12>> ename, std::span<float> emolweight);
 
+/// The first `most` elements of "elements.dat", 82 or more; the line number is the element's number
+/// everywhere.
+template <int most>
+struct elementlist {
+    int n = 0;                       // their count
+    dim<text<2>, 1, most> es;        // symbol
+    dim<text<12>, 1, most> ename;    // name as in "attenuation.coefficients"
+    dim<float, 1, most> emolweight;  // molar weight, g/mol
+
+    void read() { n = readelements(es.item, ename.item, emolweight.item); }
+    std::span<const text<2>> symbols() const { return {es.item, static_cast<std::size_t>(n)}; }
+};
+
 /// Number of the element with this symbol, 0 if there is none.
 int findsymbol(std::span<const text<2>> symbols, const text<2>& symbol);
 
