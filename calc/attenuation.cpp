@@ -62,8 +62,8 @@ namespace {
          better.blank() ? "" : "; write ", cstring(better.trimmed()).ch);
 }
 
-// Reads the group at the front, a symbol and a count, which is -1 if there is none. Returns how many
-// columns it takes.
+// Reads the group at the front, a symbol and a count, which is -1 if there is none. Returns how
+// many columns it takes.
 int readgroup(const text<132>& w, text<2>& symbol, std::int32_t& n)
 {
     const int p = w(2) == '_' ? 3 : 4;  // the first digit

@@ -55,8 +55,8 @@ bool readfield(std::string_view field, int decimals, double& value)
     return std::isfinite(value);
 }
 
-// The word around the first digit in columns i to j of a line: up to a blank, a tab or the character
-// `end` on both sides, even beyond the columns. Empty if there is no digit.
+// The word around the first digit in columns i to j of a line: up to a blank, a tab or the
+// character `end` on both sides, even beyond the columns. Empty if there is no digit.
 std::string_view wordaround(std::string_view line, int i, int j, char end)
 {
     const auto last = static_cast<std::size_t>(j);
@@ -70,9 +70,9 @@ std::string_view wordaround(std::string_view line, int i, int j, char end)
     return without(line.substr(0, to), from);
 }
 
-// The first number in columns i to j of a line, of which `trlch` reads n_ch; 0 if there is no digit.
-// Not a number where it says something else than it would be read as: "7,874" as 7, or a number
-// that the columns cut. What follows in brackets, as in "55.845(2)", does not matter.
+// The first number in columns i to j of a line, of which `trlch` reads n_ch; 0 if there is no
+// digit. Not a number where it says something else than it would be read as: "7,874" as 7, or a
+// number that the columns cut. What follows in brackets, as in "55.845(2)", does not matter.
 template <int n>
 float firstnumber(const text<n>& line, int i, int j, int n_ch)
 {
@@ -129,8 +129,8 @@ bool readrow(const text<80>& line, double& x, double& y)
            readfield(line(28, 36), 3, z) && !(y == 0.0 && line.blank());
 }
 
-// True if the energy begins before its columns: digits or a point in column 3 that no letter makes a
-// label such as L1.
+// True if the energy begins before its columns: digits or a point in column 3 that no letter makes
+// a label such as L1.
 bool startsbefore(const text<80>& line)
 {
     const std::string_view label = without(line(1, 3), line(1, 3).rfind(' ') + 1);
@@ -271,10 +271,7 @@ double threepoints(const dim<double, 1, 4>& xs, const dim<double, 1, 4>& ys, dou
 
 float coefficient(const tablerows& rows, float energy)
 {
-    // A single-precision product on purpose: its last bit decides on which side of an edge, and
-    // whether on or beside a row, a tabulated energy lands.
-    const float energymev = 0.001f * energy;
-    const double x = energymev;
+    const double x = inmev(energy);
     const double* const above = std::upper_bound(rows.xi.item, rows.xi.item + rows.n, x);
     const int i = static_cast<int>(above - rows.xi.item);  // the last row at or below it
     if (i < 1 || i >= rows.n) stopoutside(rows, energy);

@@ -38,6 +38,11 @@ struct tablerows {
 /// Reads the rows of the block that `findblock` has found.
 void readblock(tablerows& rows);
 
+/// An energy in keV as the rows are searched for it, in MeV. A single-precision product on purpose:
+/// its last bit decides on which side of an edge, and whether on or beside a row, a tabulated
+/// energy lands.
+inline float inmev(float energy) { return 0.001f * energy; }
+
 /// mu/rho in cm2/g of an element from its rows. `energy` is in keV; usable are those from the
 /// second row up to, not including, the last but one.
 float coefficient(const tablerows& rows, float energy);
@@ -68,9 +73,9 @@ struct compound {
 /// finite for a compound without mass; the caller checks.
 float mixture(const compound& c, const dim<float, 1, uranium>& a);
 
-/// Reads "elements.dat": symbols, names as in "attenuation.coefficients", and molar weights in g/mol,
-/// into three arrays of equal size. Returns the count of elements, from 82 (lead) to that size; lines
-/// beyond it are not read.
+/// Reads "elements.dat": symbols, names as in "attenuation.coefficients", and molar weights in
+/// g/mol, into three arrays of equal size. Returns the count of elements, from 82 (lead) to that
+/// size; lines beyond it are not read.
 int readelements(std::span<text<2>> es, std::span<text<12>> ename, std::span<float> emolweight);
 
 /// The first `most` elements of "elements.dat", 82 or more; the line number is the element's number
