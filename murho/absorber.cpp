@@ -250,17 +250,18 @@ void takethickness(std::string_view typed, absorber& a)
            "or g/cm2");
 }
 
-// mu/rho of an element. The 32 bits of the search may put an energy on the other side of a row than
-// it is typed: at an edge, and at the first usable row, the row has the value.
+// mu/rho of an element. The search in 32 bits may put an energy on the wrong side of a row beside
+// it. That matters at an edge and at the first usable row: there the value is that of the row. Only
+// for an edge's own energy, typed, the search decides on the side, as it does in the dialogue.
 float elementattenuation(const tablerows& rows, const photon& p)
 {
     const auto keV = static_cast<float>(p.keV);
+    const auto at = [&rows](int k) { return static_cast<float>(rows.yi(k)); };
     for (int i = 1; i < rows.n; ++i) {
+        const bool edge = rows.xi(i) == rows.xi(i + 1);
         const bool below = double{inmev(keV)} < rows.xi(i);
         const double off = p.keV / (1000.0 * rows.xi(i)) - 1.0;
-        const bool same = std::fabs(off) < 1e-12;  // typed as the table has it
-        const bool edge = rows.xi(i) == rows.xi(i + 1);
-        const auto at = [&rows](int k) { return static_cast<float>(rows.yi(k)); };
+        const bool same = std::fabs(off) < 1e-12;  // the row's own energy: 64 bits round, too
         if (edge && p.edge == rows.xi(i)) return at(p.above ? i + 1 : i);
         if (edge && !same && below != (off < 0.0)) return at(below ? i + 1 : i);
         if (i == 2 && same && below) return at(i);

@@ -289,6 +289,7 @@ void readarguments(int argc, char** argv, request& r)
         else if (r.n == most) refuse(*word, "more than %d absorbers", most);
         else readabsorber(*word, r.absorbers(++r.n));
     }
+    // Without an absorber a word such as 57Fe is the likely reason.
     for (char** word = first; r.n == 0 && word != last; ++word) readenergies(*word, {}, energies);
     if (r.n == 0) refuse("", "no absorber; see murho --help");
     checkrequest(r);
