@@ -19,19 +19,22 @@ namespace {
 constexpr std::int32_t nrd = ninput;   // handed to every prompt
 constexpr std::int32_t nwr = noutput;  // for every prompt and all printing
 
-// Measures the terminal; menus take its full width.
-void measure()
-{
-    window(1);
-    term.npl = term.ncol(1);
-}
-
-// The same before each menu, where the terminal has another width by now.
-void remeasure()
+// Shows the menu of the `n` entries set by `menuentry`. `offered`: text of its default. Returns the
+// number of the entry chosen, 0 for none.
+std::int32_t choose(std::string_view title, std::int32_t n, std::string_view offered)
 {
     int rows = 0, columns = 0;
     sizenow(rows, columns);
-    if (columns != term.ncol(1)) measure();
+    if (columns != term.ncol(1)) {  // not measured yet, or resized: menus take the full width
+        window(1);
+        term.npl = term.ncol(1);
+    }
+    std::int32_t lq = n, lk = n;
+    text<132> cheader(title);
+    text<80> chdf(offered);
+    chdf(80) = '#';
+    query(lq, lk, cheader, chdf);
+    return lq;
 }
 
 }  // namespace
@@ -48,42 +51,34 @@ void attenuation(float energy, float& atc)
 
 namespace {
 
-// The part of a formula not yet read.
-struct formularest {
-    const text<132>& formula;
-    int position = 1;  // of its first character in the formula
-
-    text<132> working() const { return text<132>(formula(position, 132)); }
-    void drop(int count) { position = std::min(position + count, 133); }
-    [[noreturn]] void fault(const char* what, const text<132>& better = {}) const
-    {
-        const text<132> w = working();
-        stop("formula \"%.*s\": \"%.*s\" at position %d: %s%s%.*s", formula.length(), formula.ch,
-             std::min(w.length(), 8), w.ch, position, what, better.blank() ? "" : "; write ",
-             better.length(), better.ch);
-    }
-};
-
-// Reads the group at the front: a symbol and a count.
-void readgroup(formularest& rest, text<2>& symbol, std::int32_t& n)
+// Ends the program over the group of a formula that begins in column `position`. `better`: how to
+// write the formula, or blank.
+[[noreturn]] void stopformula(const text<132>& formula, int position, const char* what,
+                              const text<132>& better = {})
 {
-    const text<132> w = rest.working();
-    const bool oneletter = w(2) == '_';
-    symbol = oneletter ? text<2>(w(1, 1)) : text<2>(w(1, 2));
-    const char d1 = oneletter ? w(3) : w(4);
+    const text<132> rest(formula(position, 132));
+    stop("formula \"%s\": \"%s\" at position %d: %s%s%s", cstring(formula.trimmed()).ch,
+         cstring(rest(1, std::min(rest.length(), 8))).ch, position, what,
+         better.blank() ? "" : "; write ", cstring(better.trimmed()).ch);
+}
+
+// Reads the group at the front, a symbol and a count, which is -1 if there is none. Returns how
+// many columns it takes.
+int readgroup(const text<132>& w, text<2>& symbol, std::int32_t& n)
+{
+    const int p = w(2) == '_' ? 3 : 4;  // the first digit
+    symbol = text<2>(w(1, p - 2));
+    n = w(p) - '0';
+    int columns = p;
     // After a two-letter symbol column 5 is read twice, not columns 5 and 6: a second digit is
     // doubled and the parser moves on one column too far. These are the formula's rules.
-    const char d2 = oneletter ? w(4) : w(5);
-    const char d3 = w(5);
-    int p = oneletter ? 4 : 5;
-    n = d1 - '0';
-    for (const char d : {d2, d3}) {
+    for (const char d : {w(p + 1), w(5)}) {
         if (!isdecimal(d)) continue;
         n = 10 * n + (d - '0');
-        ++p;
+        ++columns;
     }
-    if (!isdecimal(d1) || (!oneletter && w(3) != '_')) n = -1;
-    if (n >= 0) rest.drop(p - 1);
+    if (!isdecimal(w(p)) || w(p - 1) != '_') n = -1;
+    return columns;
 }
 
 // How to write a formula such as "H2O" or "Fe_12O_19" here; blank if that cannot be said, or takes
@@ -112,25 +107,24 @@ text<132> suggestion(std::string_view formula, const dim<text<2>, 1, 82>& es)
 void contentformula(const text<132>& formula, const dim<text<2>, 1, 82>& es, std::int32_t& j,
                     dim<std::int32_t, 1, 12>& indx, dim<std::int32_t, 1, 12>& mult)
 {
-    formularest rest{formula};
-    while (rest.position < 132 && formula(rest.position) == ' ') rest.drop(1);
-    const int begin = rest.position;
+    int position = 1;  // of the next group
+    while (position < 132 && formula(position) == ' ') ++position;
     j = 0;
     do {
-        const formularest group = rest;
         text<2> symbol;
         std::int32_t n = 0;
-        readgroup(rest, symbol, n);
+        const int columns = readgroup(text<132>(formula(position, 132)), symbol, n);
         const int index = findsymbol(es.item, symbol);
         if (index == 0 || n < 0) {
-            group.fault("expected a symbol from H to Pb, \"_\" and a count; no brackets",
-                        suggestion(formula(begin, std::max(formula.length(), begin - 1)), es));
+            stopformula(formula, position,
+                        "expected a symbol from H to Pb, \"_\" and a count; no brackets",
+                        suggestion(stripped(formula.all()), es));
         }
-        if (j == 12) group.fault("more than 12 groups");
-        ++j;
-        indx(j) = index;
+        if (j == 12) stopformula(formula, position, "more than 12 groups");
+        indx(++j) = index;
         mult(j) = n;
-    } while (!rest.working().blank());
+        position = std::min(position + columns, 133);
+    } while (position <= formula.length());
 }
 
 void atcoefficient(std::int32_t input, std::int32_t output, std::int32_t j,
@@ -148,8 +142,8 @@ void atcoefficient(std::int32_t input, std::int32_t output, std::int32_t j,
     for (int i = 1; i <= j; ++i) {
         const text<12>& name = ename(indx(i));
         if (name.length() > 11) {  // the search reads 12 columns of a line, the first one unused
-            stop("%s: the name \"%.12s\" is too long for the search in compounds", elementtable,
-                 name.ch);
+            stop("%s: the name \"%.12s\" is longer than the 11 characters that compounds allow",
+                 elementtable, name.ch);
         }
         findblock(name);
         attenuation(value, a(i));
@@ -163,27 +157,17 @@ void atcoefficient(std::int32_t input, std::int32_t output, std::int32_t j,
 
 float elementdensity(std::int32_t nz)
 {
-    remeasure();
     modifications found;
     readmodifications(nz, found);
-    std::int32_t lq = found.n, lk = found.n;
-    for (int k = 1; k <= lq; ++k) {
+    for (int k = 1; k <= found.n; ++k) {
         const text<81>& line = found.line(k);
         menuentry(k, line(9, std::max(8, line.length(80))), scrd.helpar(k).all());
     }
     // Only these two get a help page of their own; further entries keep that of the menu before.
     scrd.helpar(1) = scrd.helpar(2) = "read/modification";
-    text<80> ch80(scrd.queryar(1)(1, 10));
-    ch80(80) = '#';
-    text<132> cheader("density of the modifications");
-    query(lq, lk, cheader, ch80);
+    const int chosen = choose("density of the modifications", found.n, scrd.queryar(1)(1, 10));
     // From the line itself: the menu has cut its entries at the terminal width.
-    return lq == 0 ? 0.0f : found.density(lq);
-}
-
-void readelements(elementlist& elements)
-{
-    readelements(elements.es.item, elements.ename.item, elements.emolweight.item);
+    return chosen == 0 ? 0.0f : found.density(chosen);
 }
 
 // The dialogue.
@@ -192,15 +176,18 @@ namespace {
 
 enum class route { element, symbol, compound, formula, twolines };  // to mu/rho
 
+// An absorber: what is given, then what the answers add.
 struct absorber {
     std::string_view entry, help;  // text and help key in the menu
     route to;                      // the questions asked
     std::string_view name;         // of the block, for a given element
-    float value;                   // energy offered, keV
+    float value;                   // energy offered, then accepted, keV
     std::string_view form;         // in which it is shown
     float density;                 // g/cm3; the density table replaces it for elements
-    std::int32_t j = 0;            // a given compound
+    std::int32_t j = 0;            // the compound
     dim<std::int32_t, 1, 12> indx{}, mult{};
+    float atc = 0.0f, atc2 = 0.0f;  // mu/rho, cm2/g; that at the second line of 57Co
+    float thick = 0.0f;             // areal density, g/cm2
 };
 
 // clang-format off
@@ -224,59 +211,36 @@ const absorber absorbers[] = {
      1.86f},
 };
 // clang-format on
-constexpr std::int32_t nabsorber = sizeof absorbers / sizeof absorbers[0];
 
-// The two gamma lines of 57Co. The labels on the screen round the energies; these are in use.
-constexpr float energy1 = 122.01f, weight1 = 0.889f;
-constexpr float energy2 = 136.46f, weight2 = 0.111f;
+// The two gamma lines of 57Co, the first with the energy above, in keV. The labels on the screen
+// round the energies; these are in use.
+constexpr float weight1 = 0.889f, weight2 = 0.111f, energy2 = 136.46f;
 
-// The absorber chosen, as far as it is known.
-struct sample {
-    elementlist elements;
-    text<4> source = "xkeV";         // "57Co" for its two lines
-    float density = 0.0f;            // g/cm3
-    float atc = 0.0f;                // mu/rho, cm2/g
-    float atc1 = 0.0f, atc2 = 0.0f;  // at the two lines of 57Co
-    float thick = 0.0f;              // areal density, g/cm2
-};
-
-void startup(elementlist& elements)
+void startup(elementlist<82>& elements)
 {
-    measure();
-    static constexpr std::string_view lines[] = {
-        "",
-        " The program uses the tables:",
-        " X-Ray Mass Attenuation Coefficients",
-        " published by National Institute of Standards and Technology (NIST)",
-        " 1989, 1990, 1996, U.S. Secretary of Commerce for the United States of America",
-        " and",
-        " Densities of the Solid Elements, a compilation for attenuation",
-        " 2026, the attenuation developers, CC0-1.0",
-        "",
-        "",
-        "",
-    };
-    for (const std::string_view line : lines) writerecord(nwr, {line});
-    readelements(elements);
+    writepart(nwr,
+              "\n"
+              " The program uses the tables:\n"
+              " X-Ray Mass Attenuation Coefficients\n"
+              " published by National Institute of Standards and Technology (NIST)\n"
+              " 1989, 1990, 1996, U.S. Secretary of Commerce for the United States of America\n"
+              " and\n"
+              " Densities of the Solid Elements, a compilation for attenuation\n"
+              " 2026, the attenuation developers, CC0-1.0\n"
+              "\n\n\n");
+    elements.read();
     localpath.localhepath = "/attenuation.help";
 }
 
-std::int32_t chooseabsorber()
+const absorber& chooseabsorber()
 {
-    std::int32_t lq = 0;
-    while (lq == 0) {
-        remeasure();
-        lq = nabsorber;
-        std::int32_t lk = lq;
-        for (int k = 1; k <= lq; ++k) {
-            menuentry(k, absorbers[k - 1].entry, absorbers[k - 1].help);
-        }
-        text<80> ch80("Nickel");
-        ch80(80) = '#';
-        text<132> chin("select");
-        query(lq, lk, chin, ch80);
+    std::int32_t chosen = 0;
+    while (chosen == 0) {
+        int n = 0;
+        for (const absorber& a : absorbers) menuentry(++n, a.entry, a.help);
+        chosen = choose("select", n, "Nickel");
     }
-    return lq;
+    return absorbers[chosen - 1];
 }
 
 // A question for a number, at the terminal width.
@@ -310,118 +274,99 @@ struct fixedpoint {
 };
 
 // The widths differ on purpose: 7 for elements, 6 for compounds.
-void printcoefficient(const sample& s, int width)
+void printcoefficient(const absorber& a, int width)
 {
-    writerecord(nwr, {" mue/rho=", fixedpoint(s.atc, width, 3),
-                      " [cm^2/g]  density=", fixedpoint(s.density, width, 3), " [g/cm^3]  mu_e=",
-                      fixedpoint(s.density * s.atc / 10.0f, width, 3), " [mm^-1]"});
-    writerecord(nwr, {""});
+    writerecord(nwr, {" mue/rho=", fixedpoint(a.atc, width, 3),
+                      " [cm^2/g]  density=", fixedpoint(a.density, width, 3), " [g/cm^3]  mu_e=",
+                      fixedpoint(a.density * a.atc / 10.0f, width, 3), " [mm^-1]\n"});
 }
 
-text<12> askelement(const elementlist& elements)
+text<12> askelement(const elementlist<82>& elements)
 {
     const text<132> chin = promptstring("symbol for the element", "Cu", "read/element");
     const int i = findsymbol(elements.es.item, text<2>(chin.all()));
-    if (i == 0) {
-        stop("%s: no element from hydrogen to lead has the symbol \"%.2s\"", elementtable, chin.ch);
-    }
-    return elements.ename(i);
+    if (i > 0) return elements.ename(i);
+    stop("%s: no element from hydrogen to lead has the symbol \"%.2s\"", elementtable, chin.ch);
 }
 
-void elementpath(sample& s, const text<12>& name, const absorber& chosen)
+void elementpath(absorber& a, const text<12>& name)
 {
-    float energy = chosen.value;
-    promptvalue("Photon energy in keV", chosen.form, energy, "read/energy");
+    promptvalue("Photon energy in keV", a.form, a.value, "read/energy");
     const std::int32_t nz = findblock(name);
-    s.density = elementdensity(nz);
-    attenuation(energy, s.atc);
-    printcoefficient(s, 7);
+    a.density = elementdensity(nz);
+    attenuation(a.value, a.atc);
+    printcoefficient(a, 7);
 }
 
-// Asks for the energy, `value` in keV being offered, and gives mu/rho of the compound.
-float compoundcoefficient(const sample& s, const absorber& compound, float value)
+// Asks for the energy and gives mu/rho of a compound there.
+void compoundcoefficient(const elementlist<82>& elements, absorber& a, float& atc)
 {
-    float atc = 0.0f;
-    atcoefficient(nrd, nwr, compound.j, compound.indx, compound.mult, s.elements.ename,
-                  s.elements.emolweight, value, atc);
-    return atc;
+    atcoefficient(nrd, nwr, a.j, a.indx, a.mult, elements.ename, elements.emolweight, a.value, atc);
 }
 
-// Asks for formula and density; `typed` becomes the compound.
-void askcompound(sample& s, absorber& typed)
+void askcompound(const elementlist<82>& elements, absorber& a)
 {
     const text<132> chin =
         promptstring("formula of the compound", "N_2H_8Fe_1S_2O_8H_12O_6", "read/compound");
-    promptvalue("density of the compound g/cm3", typed.form, s.density, "read/density");
-    contentformula(chin, s.elements.es, typed.j, typed.indx, typed.mult);
+    promptvalue("density of the compound g/cm3", a.form, a.density, "read/density");
+    contentformula(chin, elements.es, a.j, a.indx, a.mult);
 }
 
-void setupabsorber(sample& s, absorber chosen)
+void setupabsorber(const elementlist<82>& elements, absorber& a)
 {
-    s.density = chosen.density;
-    switch (chosen.to) {
-        case route::element: return elementpath(s, text<12>(chosen.name), chosen);
-        case route::symbol: return elementpath(s, askelement(s.elements), chosen);
-        case route::formula: askcompound(s, chosen); [[fallthrough]];
+    switch (a.to) {
+        case route::element: return elementpath(a, text<12>(a.name));
+        case route::symbol: return elementpath(a, askelement(elements));
+        case route::formula: askcompound(elements, a); [[fallthrough]];
         case route::compound:
-            s.atc = compoundcoefficient(s, chosen, chosen.value);
-            return printcoefficient(s, 6);
+            compoundcoefficient(elements, a, a.atc);
+            return printcoefficient(a, 6);
         case route::twolines:
-            askcompound(s, chosen);
-            s.atc1 = compoundcoefficient(s, chosen, energy1);
-            s.atc2 = compoundcoefficient(s, chosen, energy2);
-            s.source = "57Co";
+            askcompound(elements, a);
+            compoundcoefficient(elements, a, a.atc);
+            a.value = energy2;
+            compoundcoefficient(elements, a, a.atc2);
     }
 }
 
-// Asks for the unit of the thickness: 1 mg/cm2, 2 mm, 0 if cancelled. `ch80` is the unit offered.
-std::int32_t askunit(text<80>& ch80)
+// Asks for the unit of the thickness: 1 mg/cm2, 2 mm, 0 if cancelled. Offers that of the pass
+// before.
+std::int32_t askunit(std::int32_t lqq)
 {
-    remeasure();
-    std::int32_t lq = 2, lk = 2;
     menuentry(1, "thickness mg/cm2", "read/mgcm2");
     menuentry(2, "thickness in mm", "read/thickness");
-    text<132> chin("thickness of the sample");
-    ch80(80) = '#';
-    query(lq, lk, chin, ch80);
-    ch80 = lq == 2 ? "mm" : "mg/cm2";
-    return lq;
+    return choose("thickness of the sample", 2, lqq == 2 ? "mm" : "mg/cm2");
 }
 
 // Asks for the thickness. After a cancelled unit menu that of the pass before stays.
-void askthickness(sample& s, std::int32_t lqq)
+void askthickness(absorber& a, std::int32_t lqq)
 {
     if (lqq == 1) {
         float value = 100.0f;
         promptvalue("thickness mg/cm2", "f8.2", value, "read/mgcm2");
-        s.thick = value / 1000.0f;
+        a.thick = value / 1000.0f;
     }
     if (lqq == 2) {
         float value = 0.125f;
         promptvalue("thickness in mm", "f8.4", value, "read/mgcm2");  // the key of the other unit
-        s.thick = s.density * value / 10.0f;
+        a.thick = a.density * value / 10.0f;
     }
 }
 
 // exp(-depth), rounded once to 32 bits.
 float transmitted(float depth) { return static_cast<float>(std::exp(-double{depth})); }
 
-void printtransmission(const sample& s)
+void printtransmission(const absorber& a)
 {
-    writerecord(nwr, {""});
-    writerecord(nwr, {""});
-    writerecord(nwr, {"       mg/cm2=", fixedpoint(1000.0f * s.thick, 10, 2)});
-    float trm = 0.0f;
-    if (s.source == text<4>("57Co")) {
-        const float depth1 = s.atc1 * s.thick, depth2 = s.atc2 * s.thick;
-        trm = weight1 * transmitted(depth1) + weight2 * transmitted(depth2);
+    const float depth = a.atc * a.thick, depth2 = a.atc2 * a.thick;
+    float trm = transmitted(depth);
+    writerecord(nwr, {"\n\n       mg/cm2=", fixedpoint(1000.0f * a.thick, 10, 2)});
+    if (a.to == route::twolines) {
+        trm = weight1 * trm + weight2 * transmitted(depth2);
         writerecord(nwr,
-                    {"122keV:", fixedpoint(depth1, 12, 4), " 136keV:", fixedpoint(depth2, 12, 4)});
-    } else {
-        trm = transmitted(s.atc * s.thick);
+                    {"122keV:", fixedpoint(depth, 12, 4), " 136keV:", fixedpoint(depth2, 12, 4)});
     }
-    writerecord(nwr, {" transmission=", fixedpoint(trm, 10, 4)});
-    writerecord(nwr, {""});
+    writerecord(nwr, {" transmission=", fixedpoint(trm, 10, 4), "\n"});
 }
 
 bool askagain()
@@ -436,14 +381,14 @@ bool askagain()
 
 void dialogue()
 {
-    sample s;
-    startup(s.elements);
-    setupabsorber(s, absorbers[chooseabsorber() - 1]);
-    text<80> ch80("mg/cm2");
+    elementlist<82> elements;
+    startup(elements);
+    absorber a = chooseabsorber();
+    setupabsorber(elements, a);
     std::int32_t lqq = 1;  // the unit that needs no density, in case none is asked
     do {
-        if (s.density > 0.0f) lqq = askunit(ch80);
-        askthickness(s, lqq);
-        printtransmission(s);
+        if (a.density > 0.0f) lqq = askunit(lqq);
+        askthickness(a, lqq);
+        printtransmission(a);
     } while (askagain());
 }

@@ -43,15 +43,5 @@ void atcoefficient(std::int32_t input, std::int32_t output, std::int32_t j,
 /// of its modifications from a menu. 0 if the menu is cancelled or the line holds no number.
 float elementdensity(std::int32_t nz);
 
-/// The first 82 elements of "elements.dat"; the line number is the element's number everywhere.
-struct elementlist {
-    dim<text<2>, 1, 82> es;        // symbol
-    dim<text<12>, 1, 82> ename;    // name as in "attenuation.coefficients"
-    dim<float, 1, 82> emolweight;  // molar weight, g/mol
-};
-
-/// Reads them.
-void readelements(elementlist& elements);
-
 /// Runs the program: start-up, the choice of one absorber, and its transmissions.
 void dialogue();

@@ -9,30 +9,25 @@
 #include "base/channel.h"
 #include "prompt/combuff.h"
 
+infile coefficients;
+
 // Numbers in columns.
 
 namespace {
 
-// True for digits with a sign or none in front and at most `points` points among them.
-bool isplain(std::string_view word, int points)
+// Reads digits, with a sign or none in front and at most `points` points among them, as one whole
+// number: a point changes nothing. False for anything else.
+bool readdigits(std::string_view word, int points, double& number)
 {
-    if (word.starts_with('-') || word.starts_with('+')) word.remove_prefix(1);
-    int digits = 0;
-    for (const char c : word) {
-        if (isdecimal(c)) ++digits;
-        else if (c != '.' || --points < 0) return false;
-    }
-    return digits > 0;
-}
-
-// The digits of a word as one number; other characters are ignored.
-double digits(std::string_view word)
-{
-    double number = 0.0;
+    const bool negative = word.starts_with('-');
+    if (negative || word.starts_with('+')) word.remove_prefix(1);
+    number = 0.0;
     for (const char c : word) {
         if (isdecimal(c)) number = 10.0 * number + (c - '0');
+        else if (c != '.' || --points < 0) return false;
     }
-    return number;
+    if (negative) number = -number;
+    return !word.empty() && word != ".";
 }
 
 // Reads a number in a field of at most 11 columns: blanks around it do not matter, a blank field is
@@ -47,22 +42,21 @@ bool readfield(std::string_view field, int decimals, double& value)
     const auto letter = static_cast<std::size_t>(
         std::find_if(field.begin(), field.end(), isletter) - field.begin());
     const std::string_view mantissa = field.substr(0, letter);
-    const std::string_view exponent = without(field, letter + 1);
-    if (!isplain(mantissa, 1) || (letter < field.size() && !isplain(exponent, 0))) return false;
+    double exponent = 0.0;
+    if (!readdigits(mantissa, 1, value)) return false;
+    if (letter < field.size() && !readdigits(without(field, letter + 1), 0, exponent)) return false;
 
     const std::size_t point = mantissa.find('.');
     if (point < letter) decimals = static_cast<int>(letter - point) - 1;
-    const int shown = static_cast<int>(std::min(digits(exponent), 999.0));
-    const int power = (exponent.starts_with('-') ? -shown : shown) - decimals;
+    const int power = static_cast<int>(std::clamp(exponent, -999.0, 999.0)) - decimals;
     double ten = 1.0;
     for (int i = std::abs(power); i > 0; --i) ten *= 10.0;
-    value = power < 0 ? digits(mantissa) / ten : digits(mantissa) * ten;
-    if (mantissa.starts_with('-')) value = -value;
+    value = power < 0 ? value / ten : value * ten;
     return std::isfinite(value);
 }
 
-// The word around the first digit in columns i to j of a line: up to a blank, a tab or the character
-// `end` on both sides, even beyond the columns. Empty if there is no digit.
+// The word around the first digit in columns i to j of a line: up to a blank, a tab or the
+// character `end` on both sides, even beyond the columns. Empty if there is no digit.
 std::string_view wordaround(std::string_view line, int i, int j, char end)
 {
     const auto last = static_cast<std::size_t>(j);
@@ -76,9 +70,9 @@ std::string_view wordaround(std::string_view line, int i, int j, char end)
     return without(line.substr(0, to), from);
 }
 
-// The first number in columns i to j of a line, of which `trlch` reads n_ch; 0 if there is no digit.
-// Not a number where it says something else than it would be read as: "7,874" as 7, or a number
-// that the columns cut. What follows in brackets, as in "55.845(2)", does not matter.
+// The first number in columns i to j of a line, of which `trlch` reads n_ch; 0 if there is no
+// digit. Not a number where it says something else than it would be read as: "7,874" as 7, or a
+// number that the columns cut. What follows in brackets, as in "55.845(2)", does not matter.
 template <int n>
 float firstnumber(const text<n>& line, int i, int j, int n_ch)
 {
@@ -105,57 +99,38 @@ std::int32_t readinteger(const text<n>& line, int i)
 template <int n>
 bool saysinteger(const text<n>& line, int i, std::int32_t number)
 {
-    const text<8> ch(line(i, i + 7));
-    const text<8> word(wordaround(ch.all(), 1, 8, ' '));
+    double said = 0.0;
     const bool cut = isdecimal(line(i + 7)) && (isdecimal(line(i + 8)) || line(i + 8) == '.');
-    return isplain(word.trimmed(), 0) && readinteger(word, 1) == number && !cut;
+    return readdigits(wordaround(line(i, i + 7), 1, 8, ' '), 0, said) && said == number && !cut;
 }
-
-}  // namespace
 
 // The coefficients.
 
-infile coefficients;
-
-namespace {
-
 cstring blockname{""};  // the element whose block `coefficients` is in, for messages
 
-template <int n>
-void nextline(text<n>& line)
+void nextline(text<80>& line)
 {
     if (coefficients.next(line)) return;
     stop("%s: the file ends within the block of %s", coefficients.name, blockname.ch);
 }
 
-}  // namespace
-
-std::int32_t findblock(const text<12>& name)
+// Ends the program over the line read last if it is wrong; `format` shows the name of the element.
+void refuseif(bool wrong, const char* format)
 {
-    coefficients.opentable(coefficienttable);
-    blockname = cstring(name.trimmed());
-    if (!coefficients.nextwith(name.trimmed())) {
-        stop("%s: no block for the element \"%s\"", coefficients.name, blockname.ch);
-    }
-    text<16> line;
-    nextline(line);
-    const std::int32_t nz = readinteger(line, 4);
-    if (nz >= 1 && saysinteger(line, 4, nz)) return nz;
-    stopat(coefficients, "the atomic number of %s is missing or malformed", blockname.ch);
+    if (wrong) stopat(coefficients, format, blockname.ch);
 }
 
-namespace {
-
-// Energy, mu/rho and mu_en/rho; the last must be readable, but is not used.
+// Energy, mu/rho and mu_en/rho; the last must be readable, but is not used. False for a blank line,
+// too, which would read as zeros.
 bool readrow(const text<80>& line, double& x, double& y)
 {
     double z = 0.0;
     return readfield(line(4, 14), 5, x) && readfield(line(17, 25), 3, y) &&
-           readfield(line(28, 36), 3, z);
+           readfield(line(28, 36), 3, z) && !(y == 0.0 && line.blank());
 }
 
-// True if the energy begins before its columns: digits or a point in column 3 that no letter makes a
-// label such as L1.
+// True if the energy begins before its columns: digits or a point in column 3 that no letter makes
+// a label such as L1.
 bool startsbefore(const text<80>& line)
 {
     const std::string_view label = without(line(1, 3), line(1, 3).rfind(' ') + 1);
@@ -169,18 +144,13 @@ void checkrow(const tablerows& t, int i, const text<80>& line)
 {
     const double before = i > 1 ? t.xi(i - 1) : 0.0;
     const bool pair = i > 1 && t.xi(i) == before && !(i > 2 && t.xi(i - 2) == before);
-    const char* const name = blockname;
-    if (!(t.yi(i) > 0.0)) stopat(coefficients, "mu/rho of %s is not above 0", name);
-    if (!(t.xi(i) > before) && !pair)
-        stopat(coefficients, "the energies of %s do not ascend", name);
-    if (pair && !(t.yi(i) > t.yi(i - 1))) {
-        stopat(coefficients, "mu/rho of %s does not rise at this edge", name);
-    }
-    if (line(37, 80) != blanks(44))
-        stopat(coefficients, "text after column 36 of a row of %s", name);
     bool outside = startsbefore(line);
     for (const int column : {15, 16, 26, 27}) outside = outside || isdecimal(line(column));
-    if (outside) stopat(coefficients, "a row of %s has numbers outside their columns", name);
+    refuseif(t.yi(i) <= 0.0, "mu/rho of %s is not above 0");
+    refuseif(t.xi(i) <= before && !pair, "the energies of %s do not ascend");
+    refuseif(pair && t.yi(i) <= t.yi(i - 1), "mu/rho of %s does not rise at this edge");
+    refuseif(line(37, 80) != blanks(44), "text after column 36 of a row of %s");
+    refuseif(outside, "a row of %s has numbers outside their columns");
 }
 
 // A blank line ends the rows. Rows after it would be lost, and nobody would see it.
@@ -189,11 +159,25 @@ void checkblank(text<80>& line)
     double x = 0.0, y = 0.0;
     while (line.blank() && coefficients.next(line)) {
     }
-    if (line.blank() || !readrow(line, x, y)) return;
-    stopat(coefficients, "a row of %s after a blank line", blockname.ch);
+    refuseif(readrow(line, x, y), "a row of %s after a blank line");
 }
 
 }  // namespace
+
+std::int32_t findblock(const text<12>& name)
+{
+    coefficients.opentable(coefficienttable);
+    blockname = cstring(name.trimmed());
+    if (!coefficients.nextwith(name.trimmed())) {
+        stop("%s: no block for the element \"%s\"", coefficients.name, blockname.ch);
+    }
+    text<80> line;
+    nextline(line);
+    const std::int32_t nz = readinteger(line, 4);
+    refuseif(nz < 1 || !saysinteger(line, 4, nz),
+             "the atomic number of %s is missing or malformed");
+    return nz;
+}
 
 void readblock(tablerows& rows)
 {
@@ -202,8 +186,7 @@ void readblock(tablerows& rows)
     for (int i = 1; i <= 6; ++i) nextline(line);
     for (int i = 1; i <= 64; ++i) {
         nextline(line);
-        const bool row = readrow(line, rows.xi(i), rows.yi(i));
-        if (!row || (rows.yi(i) == 0.0 && line.blank())) {
+        if (!readrow(line, rows.xi(i), rows.yi(i))) {
             rows.ending = coefficients.lineno();
             return checkblank(line);
         }
@@ -227,18 +210,9 @@ namespace {
          ending);
 }
 
-// Last row at or below the energy `x` in MeV; 0 if there is none.
-int bracket(const tablerows& t, double x)
-{
-    int i = 1;
-    while (i <= t.n && x >= t.xi(i)) ++i;
-    return i - 1;
-}
-
-// mu/rho at `x` in MeV after row i: that of the row itself, or through the rows around it.
+// mu/rho at `x` in MeV between the rows i and i + 1, through the rows around it.
 float interpolated(const tablerows& t, int i, double x, float energy)
 {
-    if (t.xi(i) == x) return static_cast<float>(t.yi(i));
     const bool edgeabove = i + 2 <= t.n && t.xi(i + 1) == t.xi(i + 2);
     const bool edgebelow = i > 1 && t.xi(i - 1) == t.xi(i);
     const std::int32_t ns = edgeabove || edgebelow ? 3 : 4;
@@ -254,23 +228,6 @@ float interpolated(const tablerows& t, int i, double x, float energy)
     parabel(ns, xs, ys, x, atc);
     return atc;
 }
-
-}  // namespace
-
-float coefficient(const tablerows& rows, float energy)
-{
-    // A single-precision product on purpose: its last bit decides on which side of an edge, and
-    // whether on or beside a row, a tabulated energy lands.
-    const float energymev = 0.001f * energy;
-    const int i = bracket(rows, energymev);
-    if (i < 1 || i >= rows.n) stopoutside(rows, energy);
-    const float atc = interpolated(rows, i, energymev, energy);
-    if (std::isfinite(atc)) return atc;
-    stop("%s: the rows of %s around %.7g keV give no finite coefficient", coefficients.name,
-         rows.name.ch, double{energy});
-}
-
-namespace {
 
 // Through points 2 and 3, curvature fitted to 1 and 4. Of the two weights h13 alone is held in 32
 // bits: it decides last digits, and must stay so.
@@ -311,6 +268,19 @@ double threepoints(const dim<double, 1, 4>& xs, const dim<double, 1, 4>& ys, dou
 }
 
 }  // namespace
+
+float coefficient(const tablerows& rows, float energy)
+{
+    const double x = inmev(energy);
+    const double* const above = std::upper_bound(rows.xi.item, rows.xi.item + rows.n, x);
+    const int i = static_cast<int>(above - rows.xi.item);  // the last row at or below it
+    if (i < 1 || i >= rows.n) stopoutside(rows, energy);
+    const float atc =
+        rows.xi(i) == x ? static_cast<float>(rows.yi(i)) : interpolated(rows, i, x, energy);
+    if (std::isfinite(atc)) return atc;
+    stop("%s: the rows of %s around %.7g keV give no finite coefficient", coefficients.name,
+         rows.name.ch, double{energy});
+}
 
 void parabel(std::int32_t ns, dim<double, 1, 4>& xs, const dim<double, 1, 4>& ys, double us,
              float& att)
@@ -370,41 +340,30 @@ int readelements(std::span<text<2>> es, std::span<text<12>> ename, std::span<flo
 
 // The densities.
 
-namespace {
-
-// True if a line is one of element `nz`; headings have no such number. Ends the program where its
-// number is read as `nz`, but says something else.
-bool checkedelement(const infile& densities, const text<81>& line, std::int32_t nz)
-{
-    if (readinteger(line, 1) != nz) return false;
-    if (!saysinteger(line, 1, nz)) {
-        stopat(densities, "\"%s\" is not an atomic number",
-               cstring(wordaround(line.all(), 1, 8, ' ')).ch);
-    }
-    return true;
-}
-
-}  // namespace
-
 void readmodifications(std::int32_t nz, modifications& found)
 {
     infile& densities = found.table;
     densities.opentable(densitytable);
     text<81> line;
-    do {
-        if (!densities.next(line)) stop("%s: no line for atomic number %d", densities.name, nz);
-        ++found.first;
-    } while (!checkedelement(densities, line, nz));
-    do {
+    while (densities.next(line)) {
+        if (readinteger(line, 1) != nz) {  // headings have no number
+            if (found.n > 0) return;
+            ++found.before;
+            continue;
+        }
+        if (!saysinteger(line, 1, nz)) {
+            stopat(densities, "\"%s\" is not an atomic number",
+                   cstring(wordaround(line.all(), 1, 8, ' ')).ch);
+        }
         if (found.n == 64) stopat(densities, "more than 64 lines for atomic number %d", nz);
         found.line(++found.n) = line;
-    } while (densities.next(line) && checkedelement(densities, line, nz));
+    }
+    if (found.n == 0) stop("%s: no line for atomic number %d", densities.name, nz);
 }
 
 float modifications::density(int k) const
 {
     const float found = firstnumber(line(k), 39, 80, 60);
     if (std::isfinite(found)) return found;
-    stop("%s: line %ld: the density is not a plain number such as 7.874", table.name,
-         first + k - 1);
+    stop("%s: line %ld: the density is not a plain number such as 7.874", table.name, before + k);
 }

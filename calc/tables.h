@@ -38,6 +38,11 @@ struct tablerows {
 /// Reads the rows of the block that `findblock` has found.
 void readblock(tablerows& rows);
 
+/// An energy in keV as the rows are searched for it, in MeV. A single-precision product on purpose:
+/// its last bit decides on which side of an edge, and whether on or beside a row, a tabulated
+/// energy lands.
+inline float inmev(float energy) { return 0.001f * energy; }
+
 /// mu/rho in cm2/g of an element from its rows. `energy` is in keV; usable are those from the
 /// second row up to, not including, the last but one.
 float coefficient(const tablerows& rows, float energy);
@@ -68,10 +73,23 @@ struct compound {
 /// finite for a compound without mass; the caller checks.
 float mixture(const compound& c, const dim<float, 1, uranium>& a);
 
-/// Reads "elements.dat": symbols, names as in "attenuation.coefficients", and molar weights in g/mol,
-/// into three arrays of equal size. Returns the count of elements, from 82 (lead) to that size; lines
-/// beyond it are not read.
+/// Reads "elements.dat": symbols, names as in "attenuation.coefficients", and molar weights in
+/// g/mol, into three arrays of equal size. Returns the count of elements, from 82 (lead) to that
+/// size; lines beyond it are not read.
 int readelements(std::span<text<2>> es, std::span<text<12>> ename, std::span<float> emolweight);
+
+/// The first `most` elements of "elements.dat", 82 or more; the line number is the element's number
+/// everywhere.
+template <int most>
+struct elementlist {
+    int n = 0;                       // their count
+    dim<text<2>, 1, most> es;        // symbol
+    dim<text<12>, 1, most> ename;    // name as in "attenuation.coefficients"
+    dim<float, 1, most> emolweight;  // molar weight, g/mol
+
+    void read() { n = readelements(es.item, ename.item, emolweight.item); }
+    std::span<const text<2>> symbols() const { return {es.item, static_cast<std::size_t>(n)}; }
+};
 
 /// Number of the element with this symbol, 0 if there is none.
 int findsymbol(std::span<const text<2>> symbols, const text<2>& symbol);
@@ -80,7 +98,7 @@ int findsymbol(std::span<const text<2>> symbols, const text<2>& symbol);
 struct modifications {
     infile table;
     int n = 0;
-    long first = 0;             // number of the first line; the others follow it
+    long before = 0;            // lines before the first of them
     dim<text<81>, 1, 64> line;  // as it is in the file; column 81 only shows what column 80 cuts
 
     /// Density of modification `k` in g/cm3; 0 if there is none. Ends the program where the line

@@ -118,8 +118,8 @@ void fuzzdensities(bytes input)
 void fuzzelements(bytes input)
 {
     table.put(input);
-    static elementlist list;
-    readelements(list);
+    static elementlist<82> list;
+    list.read();
     for (float weight : list.emolweight.item) {
         if (!std::isfinite(weight) || weight <= 0.0f) abort();
     }
@@ -136,8 +136,8 @@ void fuzzhelpfile(bytes input)
 
 void fuzzformula(bytes input)
 {
-    static elementlist list;
-    if (list.emolweight(1) == 0.0f) readelements(list);
+    static elementlist<82> list;
+    if (list.emolweight(1) == 0.0f) list.read();
     keys.put("\n");
     dim<std::int32_t, 1, 12> indx, mult;
     std::int32_t j = 0;

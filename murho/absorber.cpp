@@ -13,42 +13,21 @@
 namespace {
 
 // All elements of the tables, hydrogen to uranium.
-struct elementtable {
-    int n = 0;
-    dim<text<2>, 1, uranium> es;
-    dim<text<12>, 1, uranium> ename;
-    dim<float, 1, uranium> emolweight;  // g/mol
-
-    std::span<const text<2>> symbols() const { return {es.item, static_cast<std::size_t>(n)}; }
-};
-
-const elementtable& elements()
+const elementlist<uranium>& elements()
 {
-    static elementtable table;
-    if (table.n == 0) {
-        table.n = readelements(table.es.item, table.ename.item, table.emolweight.item);
-    }
-    return table;
-}
-
-// What "attenuation.coefficients" has of the elements asked for so far.
-struct elementblock {
-    std::int32_t nz = 0;  // atomic number; 0 before it is read
-    tablerows rows;
-};
-dim<elementblock, 1, uranium> blocks;
-
-const elementblock& blockof(std::int32_t element)
-{
-    elementblock& block = blocks(element);
-    if (block.nz == 0) {
-        block.nz = findblock(elements().ename(element));
-        readblock(block.rows);
-    }
-    return block;
+    static elementlist<uranium> list;
+    if (list.n == 0) list.read();
+    return list;
 }
 
 // Compositions.
+
+double totalmass(const compound& c)
+{
+    double sum = 0.0;
+    for (int k = 1; k <= c.n; ++k) sum += double{c.mass(k)};
+    return sum;
+}
 
 // Adds a formula, weighing `grams` in all, or a mole of it if that is 0.
 formulafault addformula(std::string_view formula, double grams, atoms& masses)
@@ -78,8 +57,7 @@ formulafault addpart(std::string_view part, double grams, atoms& masses)
     if (!materials.find(part) || readcomposition(materials.field(2), c, false).what) {
         return addformula(part, grams, masses);
     }
-    double sum = 0.0;
-    for (int k = 1; k <= c.n; ++k) sum += double{c.mass(k)};
+    const double sum = totalmass(c);
     for (int k = 1; k <= c.n; ++k) masses.add(c.element(k), grams * (double{c.mass(k)} / sum));
     return {};
 }
@@ -121,9 +99,7 @@ formulafault readcomposition(std::string_view from, compound& c, bool names)
 bool agree(const compound& a, const compound& b)
 {
     dim<double, 1, uranium> difference;
-    double suma = 0.0, sumb = 0.0;
-    for (int k = 1; k <= a.n; ++k) suma += a.mass(k);
-    for (int k = 1; k <= b.n; ++k) sumb += b.mass(k);
+    const double suma = totalmass(a), sumb = totalmass(b);
     for (int k = 1; k <= a.n; ++k) difference(a.element(k)) += a.mass(k) / suma;
     for (int k = 1; k <= b.n; ++k) difference(b.element(k)) -= b.mass(k) / sumb;
     for (const double d : difference.item) {
@@ -152,7 +128,7 @@ bool findmaterial(absorber& a)
     compound formula;
     if (!readcomposition(a.label, formula, false).what && !agree(formula, a.contents)) {
         if (materials.opened == 1) {
-            stopat(materials.file, "the name \"%s\" is a formula of something else",
+            stopat(materials.file, "the name \"%s\" is also a formula, with another composition",
                    cstring(a.label).ch);
         }
         a.contents = formula;  // the user's own molar weights, of enriched material
@@ -213,8 +189,8 @@ text<80> suggestion(std::string_view word)
     return recapitalised(word);
 }
 
-// Looks for a material that is called almost like a formula. Capitals decide: PVC would be phosphorus,
-// vanadium and carbon. Where it is the same, as Fe_2O_3 and Fe2O3, its density counts.
+// Looks for a material that is called almost like a formula. Capitals decide: PVC would be
+// phosphorus, vanadium and carbon. Where it is the same, as Fe_2O_3 and Fe2O3, its density counts.
 void comparematerials(std::string_view typed, absorber& a)
 {
     catalogue materials(materialtable);
@@ -235,6 +211,9 @@ void takeformula(std::string_view typed, absorber& a)
     const formulafault fault = readcomposition(a.label, a.contents, true);
     if (fault.what) {
         const text<80> better = suggestion(a.label);
+        if (fault.position == 1 && better.blank()) {
+            refuse(typed, "expected a formula such as Fe2O3, a name (--list) or an energy");
+        }
         refuse(typed, "position %d: %s%s%s%s", fault.position, fault.what,
                better.blank() ? "" : "; did you mean ", cstring(better.trimmed()).ch,
                better.blank() ? "" : "?");
@@ -271,6 +250,25 @@ void takethickness(std::string_view typed, absorber& a)
            "or g/cm2");
 }
 
+// mu/rho of an element. The search in 32 bits may put an energy on the wrong side of a row beside
+// it. That matters at an edge and at the first usable row: there the value is that of the row. Only
+// for an edge's own energy, typed, the search decides on the side, as it does in the dialogue.
+float elementattenuation(const tablerows& rows, const photon& p)
+{
+    const auto keV = static_cast<float>(p.keV);
+    const auto at = [&rows](int k) { return static_cast<float>(rows.yi(k)); };
+    for (int i = 1; i < rows.n; ++i) {
+        const bool edge = rows.xi(i) == rows.xi(i + 1);
+        const bool below = double{inmev(keV)} < rows.xi(i);
+        const double off = p.keV / (1000.0 * rows.xi(i)) - 1.0;
+        const bool same = std::fabs(off) < 1e-12;  // the row's own energy: 64 bits round, too
+        if (edge && p.edge == rows.xi(i)) return at(p.above ? i + 1 : i);
+        if (edge && !same && below != (off < 0.0)) return at(below ? i + 1 : i);
+        if (i == 2 && same && below) return at(i);
+    }
+    return coefficient(rows, keV);
+}
+
 }  // namespace
 
 void readabsorber(std::string_view typed, absorber& a)
@@ -295,7 +293,7 @@ bool finddensity(absorber& a)
 {
     if (a.density > 0.0 || a.only == 0) return a.density > 0.0;
     modifications found;
-    readmodifications(blockof(a.only).nz, found);
+    readmodifications(findblock(elements().ename(a.only)), found);
     a.density = double{found.density(1)};
     a.form = text<72>(found.line(1)(9, 38));
     return a.density > 0.0;
@@ -304,27 +302,29 @@ bool finddensity(absorber& a)
 void needdensity(absorber& a)
 {
     if (finddensity(a)) return;
-    refuse(a.label, "its density is not known; give it in g/cm3 after \"@\", as %s@2.5",
-           cstring(a.label).ch);
+    refuse(a.label, "density unknown; add it in g/cm3, as in %s@2.5", cstring(a.label).ch);
 }
 
 double massattenuation(const absorber& a, const photon& p)
 {
     dim<float, 1, uranium> values;
     for (int k = 1; k <= a.contents.n; ++k) {
-        const tablerows& rows = rowsof(a.contents.element(k));
-        values(k) = 0.0f;
-        for (int i = 1; i < rows.n && p.edge > 0.0; ++i) {
-            if (rows.xi(i) != p.edge || rows.xi(i + 1) != p.edge) continue;
-            values(k) = static_cast<float>(rows.yi(p.above ? i + 1 : i));
-        }
-        if (values(k) == 0.0f) values(k) = coefficient(rows, static_cast<float>(p.keV));
+        values(k) = elementattenuation(rowsof(a.contents.element(k)), p);
     }
     const double mu = double{mixture(a.contents, values)};
     if (!std::isfinite(mu)) stop("%s: no finite mass", cstring(a.label).ch);
     return mu;
 }
 
-const tablerows& rowsof(std::int32_t element) { return blockof(element).rows; }
+const tablerows& rowsof(std::int32_t element)
+{
+    static dim<tablerows, 1, uranium> blocks;
+    tablerows& rows = blocks(element);
+    if (rows.n == 0) {
+        findblock(elements().ename(element));
+        readblock(rows);
+    }
+    return rows;
+}
 
 const text<2>& symbolof(std::int32_t element) { return elements().es(element); }

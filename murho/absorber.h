@@ -20,8 +20,8 @@ struct absorber {
 };
 
 /// Reads an absorber: a material of "materials.dat", a formula, or a mixture of both by weight such
-/// as "Fe:70,water:30"; then "@" and a density in g/cm3, if it is to be set; then "=" and a thickness with
-/// its unit, if there is one. Refuses what cannot be read. `typed` must outlive it.
+/// as "Fe:70,water:30"; then "@" and a density in g/cm3, if it is to be set; then "=" and a
+/// thickness with its unit, if there is one. Refuses what cannot be read. `typed` must outlive it.
 void readabsorber(std::string_view typed, absorber& a);
 
 /// Sees to the density of an absorber: for an element it is that of its first modification. False

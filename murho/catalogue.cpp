@@ -46,6 +46,19 @@ std::string_view nextname(std::string_view& names)
     return name;
 }
 
+// Reads on to the entry with a name that is the same as another one, and returns it; empty if there
+// is none.
+std::string_view findname(catalogue& c, std::string_view wanted,
+                          bool (*same)(std::string_view, std::string_view))
+{
+    while (c.next()) {
+        for (std::string_view names = c.field(1); !names.empty();) {
+            if (const std::string_view name = nextname(names); same(name, wanted)) return name;
+        }
+    }
+    return {};
+}
+
 }  // namespace
 
 bool alike(std::string_view a, std::string_view b)
@@ -83,20 +96,11 @@ std::string_view catalogue::field(int k) const { return stripped(item(line.all()
 
 bool catalogue::find(std::string_view wanted)
 {
-    while (next()) {
-        for (std::string_view names = field(1); !names.empty();) {
-            if (nextname(names) == wanted) return true;
-        }
-    }
-    return false;
+    const auto equal = [](std::string_view a, std::string_view b) { return a == b; };
+    return !findname(*this, wanted, equal).empty();
 }
 
 std::string_view catalogue::similar(std::string_view wanted)
 {
-    while (next()) {
-        for (std::string_view names = field(1); !names.empty();) {
-            if (const std::string_view name = nextname(names); alike(name, wanted)) return name;
-        }
-    }
-    return {};
+    return findname(*this, wanted, alike);
 }

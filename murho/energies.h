@@ -18,8 +18,8 @@ struct energylist {
 /// of a line of "lines.dat".
 bool isenergy(std::string_view typed);
 
-/// Adds an energy in keV, a line by name, or a range: "FROM:TO" gives 300 energies, evenly spaced in
-/// log, and both sides of every edge of the absorbers in between; "FROM:TO:STEP" one every STEP
+/// Adds an energy in keV, a line by name, or a range: "FROM:TO" gives 300 energies, evenly spaced
+/// in log, and both sides of every edge of the absorbers in between; "FROM:TO:STEP" one every STEP
 /// keV. Refuses anything else.
 void readenergies(std::string_view typed, std::span<const absorber> absorbers, energylist& list);
 

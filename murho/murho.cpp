@@ -102,9 +102,9 @@ energylist energies;
 // environment may name others.
 void findtables()
 {
+    if (const char* const set = std::getenv("ATTENUATION_DATA"); set != nullptr && *set) return;
     char self[PATH_MAX];
     const ssize_t length = readlink("/proc/self/exe", self, sizeof self);
-    if (const char* const set = std::getenv("ATTENUATION_DATA"); set != nullptr && *set) return;
     if (length <= 0) return;
     const std::string_view path(self, static_cast<std::size_t>(length));
     const auto bin = static_cast<int>(path.rfind('/'));
@@ -125,12 +125,26 @@ void printmaterials(output& out)
 {
     catalogue materials(materialtable);
     while (materials.next()) {
-        for (const int k : {1, 3, 4, 2}) {
-            const int width = k == 1 ? 30 : k == 3 ? 11 : 40;
-            const printable<600> shown(materials.field(k));
-            out.print("%-*.*s%s", k == 2 ? 0 : width, shown.length, shown.ch, k == 2 ? "\n" : " ");
-        }
+        const printable<600> names(materials.field(1)), composition(materials.field(2)),
+            density(materials.field(3)), description(materials.field(4));
+        out.print("%-30.*s %-11.*s %-40.*s %.*s\n", names.length, names.ch, density.length,
+                  density.ch, description.length, description.ch, composition.length,
+                  composition.ch);
     }
+}
+
+// Reads the next line of standard input; false at its end. A line that is too long is refused at
+// once: it may never end.
+bool nextline(text<200>& line)
+{
+    line = "";
+    int c = inputbyte();
+    const bool any = c >= 0;
+    for (int n = 1; c >= 0 && c != '\n'; c = inputbyte(), ++n) {
+        line(n) = c == '\t' || c == '\r' ? ' ' : static_cast<char>(c);
+        if (n == 200) refuse(stripped(line.all()), "a line of more than 199 characters");
+    }
+    return any;
 }
 
 // Reads energies from standard input, one a line; what follows "#" does not count.
@@ -141,10 +155,8 @@ void readinput(request& r)
     }
     if (read(STDIN_FILENO, nullptr, 0) < 0) stop("standard input: %s", std::strerror(errno));
     text<200> line;
-    while (readrecord(ninput, line)) {
-        std::replace(line.ch, line.ch + sizeof line.ch, '\t', ' ');
+    while (nextline(line)) {
         const std::string_view word = stripped(line.all().substr(0, line.all().find('#')));
-        if (line(200) != ' ') refuse(word, "a line of more than 199 characters");
         if (!word.empty()) readenergies(word, r.all(), energies);
     }
 }
@@ -220,37 +232,43 @@ const option options[] = {
     {nullptr, 0, nullptr, 0},
 };
 
-[[noreturn]] void refuseoption(char** argv)
+// Refuses what `getopt_long` did not take: `letter` is ':' where a value is missing, else '?'.
+[[noreturn]] void refuseoption(int letter, const char* word)
 {
-    const char letter[] = {'-', static_cast<char>(optopt), '\0'};
-    refuse(optopt != 0 ? letter : argv[optind - 1],
-           "unknown or incomplete option; see murho --help");
+    const char one[] = {'-', static_cast<char>(optopt), '\0'};  // of several letters together
+    const auto known = [](const option& o) { return optopt != 0 && o.val == optopt; };
+    if (letter == ':') refuse(word, "this option needs a value; see murho --help");
+    if (std::any_of(options, std::end(options), known)) {  // a word such as "--mu=1"
+        refuse(word, "this option takes no value; see murho --help");
+    }
+    refuse(optopt == 0 ? word : one, "unknown option; see murho --help");
 }
 
 // Reads the options. True if they are answered by that.
 bool readoptions(int argc, char** argv, request& r, output& out)
 {
-    opterr = 0;
-    for (int letter; (letter = getopt_long(argc, argv, "mf:elhV", options, nullptr)) >= 0;) {
-        if (letter == 'm') r.linear = true;
-        if (letter == 'e') r.edges = true;
-        if (letter == 'f') r.passing = positive(optarg);
-        if (letter == 'f' && !(r.passing < 1.0))
-            refuse(optarg, "expected a transmission between 0 and 1");
-        if (letter == 'l') printmaterials(out);
-        if (letter == 'h') out.print("%s", usage);
-        if (letter == 'V') out.print("%s", version);
-        if (letter == '?') refuseoption(argv);
-        if (letter == 'l' || letter == 'h' || letter == 'V') return true;
+    // The colon in front: a missing value is told from an unknown option.
+    for (int letter; (letter = getopt_long(argc, argv, ":mf:elhV", options, nullptr)) >= 0;) {
+        switch (letter) {
+            case 'm': r.linear = true; break;
+            case 'e': r.edges = true; break;
+            case 'f':
+                r.passing = positive(optarg);
+                if (r.passing < 1.0) break;
+                refuse(optarg, "expected a transmission between 0 and 1");
+            case 'l': printmaterials(out); return true;
+            case 'h': out.print("%s", usage); return true;
+            case 'V': out.print("%s", version); return true;
+            default: refuseoption(letter, argv[optind - 1]);
+        }
     }
     return false;
 }
 
 // What goes together: thicknesses for all or for none, and one thing asked for.
-void checkrequest(const request& r)
+void checkrequest(request& r)
 {
-    for (const absorber& a : r.absorbers.item) {
-        if (a.label.empty()) break;
+    for (const absorber& a : r.all()) {
         if (a.thickness.empty() == r.layers()) {
             refuse(a.label, "give a thickness to every layer, or to none");
         }
@@ -271,6 +289,7 @@ void readarguments(int argc, char** argv, request& r)
         else if (r.n == most) refuse(*word, "more than %d absorbers", most);
         else readabsorber(*word, r.absorbers(++r.n));
     }
+    // Without an absorber a word such as 57Fe is the likely reason.
     for (char** word = first; r.n == 0 && word != last; ++word) readenergies(*word, {}, energies);
     if (r.n == 0) refuse("", "no absorber; see murho --help");
     checkrequest(r);

@@ -18,10 +18,10 @@ void coefficient(float energy)
 // Tells mu/rho of a compound, or without an energy the groups of its formula.
 void ofcompound(const std::string& formula, float value)
 {
-    elementlist list;
+    elementlist<82> list;
     std::int32_t j = 0;
     dim<std::int32_t, 1, 12> indx, mult;
-    readelements(list);
+    list.read();
     contentformula(text<132>(formula), list.es, j, indx, mult);
     for (int i = 1; i <= j && value == 0.0f; ++i) tell(indx(i), mult(i));
     if (value == 0.0f) return;

@@ -10,12 +10,10 @@ namespace {
 void tellformula(const std::string& formula)
 {
     std::filesystem::current_path(DATA_DIR);
-    dim<text<2>, 1, uranium> es;
-    dim<text<12>, 1, uranium> ename;
-    dim<float, 1, uranium> emolweight;
-    readelements(es.item, ename.item, emolweight.item);
+    elementlist<uranium> list;
+    list.read();
     atoms found;
-    const formulafault fault = readformula(formula, es.item, found);
+    const formulafault fault = readformula(formula, list.symbols(), found);
     if (fault.what != nullptr) return tell(fault.position, fault.what);
     for (int k = 1; k <= found.n; ++k) tell(found.element(k), found.count(k));
 }

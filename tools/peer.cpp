@@ -159,22 +159,22 @@ void comparematerials()
 // other forms of carbon, selenium, mercury, astatine, francium and radium.
 void compareelements()
 {
-    text<2> es[uranium];
-    text<12> ename[uranium];
-    float emolweight[uranium];
+    elementlist<uranium> ours;
+    ours.read();
     const std::vector<text<2>> theirs = symbols();
-    if (readelements(es, ename, emolweight) != uranium) fail("not all elements");
+    if (ours.n != uranium) fail("not all elements");
     const auto differ = [](double a, double b, double most) {
         return std::fabs(a / b - 1.0) > most;
     };
     for (int z = 1; z <= uranium; ++z) {
         const std::string name = "element " + std::to_string(z);
         const double weight = AtomicWeight(z, nullptr), density = ElementDensity(z, nullptr);
-        if (es[z - 1] != theirs[static_cast<std::size_t>(z - 1)] || findblock(ename[z - 1]) != z) {
+        if (ours.es(z) != theirs[static_cast<std::size_t>(z - 1)] ||
+            findblock(ours.ename(z)) != z) {
             fail(name + ": symbol, name and number");
         }
         const bool other = z == 43 || z == 61 || z == 69;
-        if (differ(double{emolweight[z - 1]}, weight, other ? 0.03 : 0.002))
+        if (differ(double{ours.emolweight(z)}, weight, other ? 0.03 : 0.002))
             fail(name + ": weight");
         modifications found;
         readmodifications(z, found);
