@@ -8,7 +8,6 @@
 #include <cstring>
 
 #include "base/channel.h"
-#include "base/printable.h"
 #include "calc/formula.h"
 #include "help/comhelp.h"
 #include "prompt/combuff.h"
@@ -30,10 +29,10 @@ std::int32_t choose(std::string_view title, std::int32_t n, std::string_view off
         term.npl = term.ncol(1);
     }
     std::int32_t lq = n, lk = n;
-    text<132> cheader(title);
-    text<80> chdf(offered);
-    chdf(80) = '#';
-    query(lq, lk, cheader, chdf);
+    text<132> chin(title);
+    text<80> ch80(offered);
+    ch80(80) = '#';
+    query(lq, lk, chin, ch80);
     return lq;
 }
 
@@ -186,8 +185,9 @@ struct absorber {
     float density;                 // g/cm3; the density table replaces it for elements
     std::int32_t j = 0;            // the compound
     dim<std::int32_t, 1, 12> indx{}, mult{};
-    float atc = 0.0f, atc2 = 0.0f;  // mu/rho, cm2/g; that at the second line of 57Co
-    float thick = 0.0f;             // areal density, g/cm2
+    float atc = 0.0f;                // mu/rho, cm2/g
+    float atc1 = 0.0f, atc2 = 0.0f;  // the same at the two lines of 57Co
+    float thick = 0.0f;              // areal density, g/cm2
 };
 
 // clang-format off
@@ -323,7 +323,7 @@ void setupabsorber(const elementlist<82>& elements, absorber& a)
             return printcoefficient(a, 6);
         case route::twolines:
             askcompound(elements, a);
-            compoundcoefficient(elements, a, a.atc);
+            compoundcoefficient(elements, a, a.atc1);
             a.value = energy2;
             compoundcoefficient(elements, a, a.atc2);
     }
@@ -358,13 +358,13 @@ float transmitted(float depth) { return static_cast<float>(std::exp(-double{dept
 
 void printtransmission(const absorber& a)
 {
-    const float depth = a.atc * a.thick, depth2 = a.atc2 * a.thick;
-    float trm = transmitted(depth);
     writerecord(nwr, {"\n\n       mg/cm2=", fixedpoint(1000.0f * a.thick, 10, 2)});
+    float trm = transmitted(a.atc * a.thick);
     if (a.to == route::twolines) {
-        trm = weight1 * trm + weight2 * transmitted(depth2);
+        const float depth1 = a.atc1 * a.thick, depth2 = a.atc2 * a.thick;
+        trm = weight1 * transmitted(depth1) + weight2 * transmitted(depth2);
         writerecord(nwr,
-                    {"122keV:", fixedpoint(depth, 12, 4), " 136keV:", fixedpoint(depth2, 12, 4)});
+                    {"122keV:", fixedpoint(depth1, 12, 4), " 136keV:", fixedpoint(depth2, 12, 4)});
     }
     writerecord(nwr, {" transmission=", fixedpoint(trm, 10, 4), "\n"});
 }

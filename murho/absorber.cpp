@@ -147,7 +147,7 @@ bool capitalise(char* letters, std::size_t n)
 {
     if (n == 0) return true;
     const char first = static_cast<char>(letters[0] & ~32);
-    for (std::size_t length : {std::size_t{2}, std::size_t{1}}) {
+    for (const std::size_t length : {std::size_t{2}, std::size_t{1}}) {
         if (length > n) continue;
         const char symbol[] = {first, length == 2 ? static_cast<char>(letters[1] | 32) : ' '};
         if (findsymbol(elements().symbols(), text<2>(std::string_view(symbol, length))) == 0)

@@ -191,7 +191,7 @@ void printrow(request& r, const photon& p, output& out)
 {
     double depth = 0.0;
     out.print("%-10.9g", p.keV);
-    for (absorber& a : r.all()) {
+    for (const absorber& a : r.all()) {
         const double mu = massattenuation(a, p);
         depth += mu * a.areal;
         const double needed = -std::log(r.passing) / mu;  // g/cm2
