@@ -259,10 +259,11 @@ float elementattenuation(const tablerows& rows, const photon& p)
     const auto at = [&rows](int k) { return static_cast<float>(rows.yi(k)); };
     for (int i = 1; i < rows.n; ++i) {
         const bool edge = rows.xi(i) == rows.xi(i + 1);
+        if (!edge && i != 2) continue;
+        if (edge && p.edge == rows.xi(i)) return at(p.above ? i + 1 : i);
         const bool below = double{inmev(keV)} < rows.xi(i);
         const double off = p.keV / (1000.0 * rows.xi(i)) - 1.0;
         const bool same = std::fabs(off) < 1e-12;  // the row's own energy: 64 bits round, too
-        if (edge && p.edge == rows.xi(i)) return at(p.above ? i + 1 : i);
         if (edge && !same && below != (off < 0.0)) return at(below ? i + 1 : i);
         if (i == 2 && same && below) return at(i);
     }
