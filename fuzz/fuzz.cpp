@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// fuzz/fuzz.cpp: feeds arbitrary bytes to the readers of the program, one target each; the environment
-// variable FUZZ_TARGET names it.
+// fuzz/fuzz.cpp: feeds arbitrary bytes to the readers of the program, one target each; the
+// environment variable FUZZ_TARGET names it.
 //
 // A fatal error of the program is a fine answer to any input: here `stop` throws, and the target
 // goes on with the next input. What must not happen is a crash, a hang, a finding of a sanitizer, a

@@ -48,8 +48,8 @@ struct display {
 
 constexpr int circlebound = 100;  // continuations from entry to entry before one is given up
 
-// Writes a line with a text from a file. It has at most 132 characters, and a control character takes
-// two columns.
+// Writes a line with a text from a file. The text has at most 132 characters, and a control
+// character takes two columns.
 void writeprintable(std::string_view before, std::string_view from, std::string_view after)
 {
     const printable<264> shown(from);

@@ -143,7 +143,7 @@ void comparematerials()
         comparematerial(materials, a);
         for (const double keV : energies) {
             all.push_back(deviation(a, keV));
-            // Between the K edges of a compound's elements and 1 % around them the sources may disagree.
+            // Near the K edge of one of its elements the sources may disagree by 1 %.
             if (all.back() > 1.5) fail(name + " at " + std::to_string(keV) + " keV");
         }
     }
@@ -154,9 +154,9 @@ void comparematerials()
         count, std::size(energies), all[all.size() / 2], all[all.size() * 9 / 10], all.back());
 }
 
-// Symbols, molar weights and the densities of the first modifications. xraylib has other isotopes of
-// technetium and promethium, an older weight of thulium, gases where the table has frozen ones, and
-// other forms of carbon, selenium, mercury, astatine, francium and radium.
+// Symbols, molar weights and the densities of the first modifications. xraylib has other isotopes
+// of technetium and promethium, an older weight of thulium, gases where the table has frozen ones,
+// and other forms of carbon, selenium, mercury, astatine, francium and radium.
 void compareelements()
 {
     elementlist<uranium> ours;
