@@ -118,18 +118,14 @@ bool inputended() { return ended; }
 
 void setinputended(bool end) { ended = end; }
 
-bool readrecord(int unit, char* to, int n)
+bool readrecord(int unit, std::span<char> record)
 {
-    const auto nextbyte = [unit] { return unit == nscript ? std::getc(script()) : inputbyte(); };
-    linefield line{to, static_cast<std::size_t>(n)};
-    int c = nextbyte();
-    const bool any = c >= 0;
-    for (; c >= 0 && c != '\n'; c = nextbyte()) {
-        const char byte = static_cast<char>(c);
-        line.add({&byte, 1});
-    }
-    line.finish();
-    return any;
+    char byte = 0;
+    return fillrecord(record, [unit, &byte] {
+        const int c = unit == nscript ? std::getc(script()) : inputbyte();
+        byte = static_cast<char>(c);
+        return std::string_view(&byte, c >= 0 ? 1 : 0);
+    });
 }
 
 void writepart(int unit, std::string_view part)

@@ -44,16 +44,10 @@ long inputcount();
 bool inputended();
 void setinputended(bool end);
 
-/// Reads the next line of channel `unit`, 5 or 10, into columns 1..n of `to`, cut or blank-padded;
-/// the rest of a longer line is dropped, and so is a carriage return at its end. False at the end
-/// of the channel. Channel 10 without a script file ends the program.
-bool readrecord(int unit, char* to, int n);
-
-template <int n>
-bool readrecord(int unit, text<n>& record)
-{
-    return readrecord(unit, record.ch, n);
-}
+/// Reads the next line of channel `unit`, 5 or 10, into a text, cut or blank-padded; the rest of a
+/// longer line is dropped, and so is a carriage return at its end. False at the end of the channel.
+/// Channel 10 without a script file ends the program.
+bool readrecord(int unit, std::span<char> record);
 
 /// Writes a part of a line, at most 4096 bytes, to channel `unit`, 6 or 10. Channel 10 without a
 /// script file ends the program; a fault in writing the script file is not noticed.

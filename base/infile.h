@@ -32,16 +32,10 @@ struct infile {
     /// Goes back to the first line.
     void rewind() { start = at = filled = 0; }
 
-    /// Reads the next line into columns 1..n of `to`, cut or blank-padded; the rest of a longer
-    /// line is dropped, and so is a carriage return at its end. False at the end of the file, or
-    /// where reading a file other than a table fails.
-    bool next(char* to, int n);
-
-    template <int n>
-    bool next(text<n>& record)
-    {
-        return next(record.ch, n);
-    }
+    /// Reads the next line into a text, cut or blank-padded; the rest of a longer line is dropped,
+    /// and so is a carriage return at its end. False at the end of the file, or where reading a
+    /// file other than a table fails.
+    bool next(std::span<char> record);
 
     /// Reads on up to a line whose columns 2 on are `wanted`, as calls of `next` would, but without
     /// looking at every line: the twelve heaviest elements would take six times the instructions.
@@ -59,7 +53,6 @@ private:
     char block[16384];               // of the sizes tried the one that makes a dialogue shortest
 
     bool fill();
-    bool findline(std::string_view wanted, std::size_t end);
 };
 
 /// Ends the program over the line of a table read last: "file: line 26: " and the message.
