@@ -3,7 +3,6 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -13,8 +12,14 @@
 
 namespace {
 
-bool ended = false;                 // standard input, at the last read
 std::FILE* scriptstream = nullptr;  // channel 10
+
+char collected[4096];  // output not yet written
+std::size_t ncollected = 0;
+
+int heldbyte = -1;   // of standard input, read while looking after a carriage return
+long taken = 0;      // bytes of standard input handed out
+bool ended = false;  // at the last read
 
 const text<132> blank132;
 const text<132> dash132{
@@ -27,33 +32,38 @@ std::FILE* script()
     return scriptstream;
 }
 
+// Whether a read or write that failed is to be tried again: after a signal, and, where another
+// program has left the stream non-blocking, as soon as it is ready.
+bool tryagain(int fd, short event)
+{
+    if (errno == EINTR) return true;
+    if (errno != EAGAIN) return false;
+    pollfd ready{fd, event, 0};
+    poll(&ready, 1, -1);
+    return true;
+}
+
+// Reads one byte; -1 at the end of input.
+int rawbyte()
+{
+    unsigned char c = 0;
+    ssize_t count = 0;
+    do {
+        count = read(STDIN_FILENO, &c, 1);
+    } while (count < 0 && tryagain(STDIN_FILENO, POLLIN));
+    return count == 1 ? c : -1;
+}
+
 }  // namespace
 
 void openchannels()
 {
-    const auto isopen = [](int fd) {
-        struct stat found = {};
-        return fstat(fd, &found) == 0;
-    };
+    const auto isopen = [](int fd) { return fcntl(fd, F_GETFD) >= 0; };
     // What is opened takes the lowest number that is free, so in ascending order.
     if (!isopen(STDIN_FILENO)) open("/dev/null", O_RDONLY);
     if (!isopen(STDOUT_FILENO)) stop("standard output is closed");
     if (!isopen(STDERR_FILENO)) open("/dev/null", O_WRONLY);
 }
-
-namespace {
-
-char collected[4096];  // output not yet written
-std::size_t ncollected = 0;
-
-// Waits until a stream that another program has left non-blocking is ready.
-void await(int fd, short event)
-{
-    pollfd ready{fd, event, 0};
-    poll(&ready, 1, -1);
-}
-
-}  // namespace
 
 bool tryflush()
 {
@@ -61,8 +71,7 @@ bool tryflush()
     while (written < ncollected) {
         const ssize_t count = write(STDOUT_FILENO, collected + written, ncollected - written);
         if (count > 0) written += static_cast<std::size_t>(count);
-        else if (errno == EAGAIN) await(STDOUT_FILENO, POLLOUT);
-        else if (errno != EINTR) break;
+        else if (!tryagain(STDOUT_FILENO, POLLOUT)) break;
     }
     const bool all = written == ncollected;
     ncollected = 0;
@@ -71,31 +80,12 @@ bool tryflush()
 
 void flushoutput()
 {
-    if (ncollected == 0 || tryflush()) return;
+    if (tryflush()) return;
     if (errno == EPIPE) std::_Exit(EXIT_FAILURE);  // the reader has gone: nobody to tell
     stop("standard output cannot be written: %s", std::strerror(errno));
 }
 
 void connectscript(std::FILE* stream) { scriptstream = stream; }
-
-namespace {
-
-// Reads one byte; -1 at the end of input.
-int rawbyte()
-{
-    unsigned char c = 0;
-    for (;;) {
-        const ssize_t count = read(STDIN_FILENO, &c, 1);
-        if (count == 1) return c;
-        if (count == 0 || (errno != EINTR && errno != EAGAIN)) return -1;
-        if (errno == EAGAIN) await(STDIN_FILENO, POLLIN);
-    }
-}
-
-int heldbyte = -1;  // read while looking after a carriage return
-long taken = 0;     // bytes handed out
-
-}  // namespace
 
 int inputbyte()
 {

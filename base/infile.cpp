@@ -11,14 +11,12 @@
 #include <cstdio>
 #include <cstdlib>
 
-bool infile::open(const char* filename)
+bool infile::open(const char* filename, const char* directory)
 {
     close();
     needed = false;
-    if (std::snprintf(name, sizeof name, "%s", filename) >= int{sizeof name}) {
-        errno = ENAMETOOLONG;
-        return false;
-    }
+    // A path too long for `name` is cut there to one that is too long for the system, too.
+    std::snprintf(name, sizeof name, "%s%s%s", directory, *directory != '\0' ? "/" : "", filename);
     // Without waiting for a writer if the name turns out to be a named pipe.
     fd = ::open(name, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (fd < 0) return false;
@@ -36,16 +34,10 @@ void infile::opentable(const char* filename, bool own)
     const char* directory = std::getenv("ATTENUATION_DATA");
     const bool shipped =
         directory != nullptr && *directory != '\0' && (!own || lstat(filename, &found) != 0);
-    char path[PATH_MAX];
-    if (!shipped) {
-        needed = open(filename);
-    } else if (std::snprintf(path, sizeof path, "%s/%s", directory, filename) < int{sizeof path}) {
-        needed = open(path);
-    } else {
-        errno = ENAMETOOLONG;
-    }
+    needed = open(filename, shipped ? directory : "");
     if (needed) return;
     const int error = errno;
+    char path[PATH_MAX];
     if (!shipped) directory = getcwd(path, sizeof path);
     const bool hint = error == ENOENT && !shipped;
     stop("%s: cannot be read in %s: %s%s", filename, directory ? directory : "this directory",
@@ -65,10 +57,7 @@ bool infile::fill()
 {
     start += filled;
     at = filled = 0;
-    ssize_t count = 0;
-    do {
-        count = pread(fd, block, sizeof block, static_cast<off_t>(start));
-    } while (count < 0 && errno == EINTR);
+    const ssize_t count = pread(fd, block, sizeof block, static_cast<off_t>(start));
     if (count < 0 && needed) stop("%s: read error: %s", name, std::strerror(errno));
     if (count > 0) filled = static_cast<std::size_t>(count);
     return count > 0;

@@ -9,17 +9,17 @@
 
 /// A data file, read line by line in one pass. The file is closed at the end of this value's life.
 struct infile {
-    char name[PATH_MAX];  // of the file that was really opened, for messages
+    char name[PATH_MAX + 1];  // of the file that was really opened, for messages
 
     infile() { name[0] = '\0'; }
     infile(const infile&) = delete;
     infile& operator=(const infile&) = delete;
     ~infile() { close(); }
 
-    /// Opens a file for reading from its start, after closing the one before. Only a regular file
-    /// is opened, so that no pipe or device can hold up the program. False, with the reason in
-    /// `errno`, if that fails.
-    bool open(const char* filename);
+    /// Opens a file for reading from its start, after closing the one before; a file in `directory`
+    /// unless that is empty. Only a regular file is opened, so that no pipe or device can hold up the
+    /// program. False, with the reason in `errno`, if that fails.
+    bool open(const char* filename, const char* directory = "");
 
     /// The same for a table that the program cannot do without: ends the program on failure, also
     /// where reading it fails later on. A table that is not in the working directory is read from
