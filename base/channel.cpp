@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -14,8 +15,11 @@ namespace {
 
 std::FILE* scriptstream = nullptr;  // channel 10
 
-char collected[4096];  // output not yet written
+char collected[32768];  // output: what is written already, then what is not; room for any menu
 std::size_t ncollected = 0;
+// Read by a signal handler.
+std::atomic<std::size_t> nwritten = 0;
+std::atomic<std::size_t> keptfrom = 0;  // what is shown again after a stop begins here
 
 int heldbyte = -1;   // of standard input, read while looking after a carriage return
 long taken = 0;      // bytes of standard input handed out
@@ -43,6 +47,13 @@ bool tryagain(int fd, short event)
     return true;
 }
 
+// Writes out all, and keeps nothing of it.
+void emptyoutput()
+{
+    flushoutput();
+    keptfrom = nwritten = ncollected = 0;
+}
+
 // Reads one byte; -1 at the end of input.
 int rawbyte()
 {
@@ -67,14 +78,13 @@ void openchannels()
 
 bool tryflush()
 {
-    std::size_t written = 0;
-    while (written < ncollected) {
-        const ssize_t count = write(STDOUT_FILENO, collected + written, ncollected - written);
-        if (count > 0) written += static_cast<std::size_t>(count);
+    while (nwritten < ncollected) {
+        const ssize_t count = write(STDOUT_FILENO, collected + nwritten, ncollected - nwritten);
+        if (count > 0) nwritten += static_cast<std::size_t>(count);
         else if (!tryagain(STDOUT_FILENO, POLLOUT)) break;
     }
-    const bool all = written == ncollected;
-    ncollected = 0;
+    const bool all = nwritten == ncollected;
+    nwritten = ncollected;
     return all;
 }
 
@@ -83,6 +93,22 @@ void flushoutput()
     if (tryflush()) return;
     if (errno == EPIPE) std::_Exit(EXIT_FAILURE);  // the reader has gone: nobody to tell
     stop("standard output cannot be written: %s", std::strerror(errno));
+}
+
+void keepfromhere()
+{
+    if (ncollected > sizeof collected / 2) emptyoutput();
+    keptfrom = ncollected;
+}
+
+extern "C" void showkept(int)
+{
+    const int error = errno;
+    const std::size_t from = keptfrom, to = nwritten;
+    if (from < to && tcgetpgrp(STDOUT_FILENO) == getpgrp()) {
+        [[maybe_unused]] const ssize_t count = write(STDOUT_FILENO, collected + from, to - from);
+    }
+    errno = error;
 }
 
 void connectscript(std::FILE* stream) { scriptstream = stream; }
@@ -124,7 +150,7 @@ void writepart(int unit, std::string_view part)
         std::fwrite(part.data(), 1, part.size(), script());
         return;
     }
-    if (part.size() > sizeof collected - ncollected) flushoutput();
+    if (part.size() > sizeof collected - ncollected) emptyoutput();
     ncollected += part.copy(collected + ncollected, sizeof collected - ncollected);
 }
 

@@ -28,6 +28,14 @@ void flushoutput();
 /// The same, but false in place of an end, with the reason in `errno`.
 bool tryflush();
 
+/// What is written from here on is shown again when the program goes on after a stop: until it is
+/// called again it must not take the cursor up to what was written before.
+void keepfromhere();
+
+/// Handles the signal after a stop: writes once more what is kept, if standard output is the
+/// terminal and this program has it.
+extern "C" void showkept(int signal);
+
 /// Connects the script file: a stream open for reading, writing or both; nullptr disconnects.
 /// The caller keeps the stream and closes it.
 void connectscript(std::FILE* stream);

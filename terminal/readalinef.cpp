@@ -28,7 +28,9 @@ int nextbyte(std::FILE*) { return inputbyte(); }
 // background.
 void prepareterminal(int meta)
 {
-    if (guardsettings()) rl_prep_terminal(meta);
+    if (!guardsettings()) return;
+    rl_prep_terminal(meta);
+    if (RL_ISSTATE(RL_STATE_SIGHANDLER)) rl_forced_update_display();  // after a stop
 }
 
 void restoreterminal()

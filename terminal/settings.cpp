@@ -7,6 +7,8 @@
 #include <cerrno>
 #include <csignal>
 
+#include "base/channel.h"
+
 namespace {
 
 // What the terminal's settings are at the moment:
@@ -39,7 +41,7 @@ void catchsignal(int signal, bool on)
     struct sigaction action = {}, found = {};
     if (sigaction(signal, nullptr, &found) < 0) return;
     if (found.sa_handler != (on ? SIG_DFL : giveback)) return;  // ignored, or somebody else's
-    action.sa_handler = on ? giveback : SIG_DFL;
+    action.sa_handler = !on ? SIG_DFL : signal == SIGCONT ? showkept : giveback;
     action.sa_flags = SA_RESTART;  // what is read or written goes on, in the line editor, too
     sigfillset(&action.sa_mask);
     sigaction(signal, &action, nullptr);
@@ -128,15 +130,14 @@ extern "C" void giveback(int signal)
     errno = error;
 }
 
-// Catches every signal that would end or stop the program.
+// Catches every signal that would end or stop the program, and the one that comes after a stop.
 void catchsignals()
 {
     static bool caught = false;
     if (caught) return;
     caught = true;
     for (int signal = 1; signal < NSIG; ++signal) {
-        const bool harmless =
-            signal == SIGCHLD || signal == SIGCONT || signal == SIGURG || signal == SIGWINCH;
+        const bool harmless = signal == SIGCHLD || signal == SIGURG || signal == SIGWINCH;
         if (!harmless) catchsignal(signal, true);
     }
 }
