@@ -12,8 +12,8 @@
 
 #include "base/stop.h"
 
-/// A view without its first `n` characters; empty if it has no more. Unlike `substr` it needs nothing
-/// of the C++ library at run time, so that the program starts at once.
+/// A view without its first `n` characters; empty if it has no more. Unlike `substr` it needs
+/// nothing of the C++ library at run time, so that the program starts at once.
 constexpr std::string_view without(std::string_view s, std::size_t n)
 {
     s.remove_prefix(n < s.size() ? n : s.size());
@@ -97,8 +97,8 @@ struct text {
 };
 
 /// Puts a line into the columns of `to`, cut or blank-padded; the rest of a longer line is dropped,
-/// and so is a carriage return at its end. `nextpart` gives the next part of the line, with its line
-/// feed if that is in it; an empty one at the end of the input. False if there is no line any more.
+/// and so is a carriage return at its end. `nextpart` gives the next part of the line, the last one
+/// with the line feed; an empty part at the end of the input. False if there is no further line.
 template <typename source>
 bool fillrecord(std::span<char> to, source nextpart)
 {

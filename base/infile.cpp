@@ -57,7 +57,10 @@ bool infile::fill()
 {
     start += filled;
     at = filled = 0;
-    const ssize_t count = pread(fd, block, sizeof block, static_cast<off_t>(start));
+    ssize_t count = 0;
+    do {
+        count = pread(fd, block, sizeof block, static_cast<off_t>(start));
+    } while (count < 0 && errno == EINTR);
     if (count < 0 && needed) stop("%s: read error: %s", name, std::strerror(errno));
     if (count > 0) filled = static_cast<std::size_t>(count);
     return count > 0;

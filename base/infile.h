@@ -17,8 +17,8 @@ struct infile {
     ~infile() { close(); }
 
     /// Opens a file for reading from its start, after closing the one before; a file in `directory`
-    /// unless that is empty. Only a regular file is opened, so that no pipe or device can hold up the
-    /// program. False, with the reason in `errno`, if that fails.
+    /// unless that is empty. Only a regular file is opened, so that no pipe or device can hold up
+    /// the program. False, with the reason in `errno`, if that fails.
     bool open(const char* filename, const char* directory = "");
 
     /// The same for a table that the program cannot do without: ends the program on failure, also
