@@ -3,18 +3,27 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 
 namespace {
 
-bool ended = false;                 // standard input, at the last read
 std::FILE* scriptstream = nullptr;  // channel 10
+
+char collected[32768];  // output: what is written already, then what is not; room for any menu
+std::size_t ncollected = 0;
+// Read by a signal handler.
+std::atomic<std::size_t> nwritten = 0;
+std::atomic<std::size_t> keptfrom = 0;  // what is shown again after a stop begins here
+
+int heldbyte = -1;   // of standard input, read while looking after a carriage return
+long taken = 0;      // bytes of standard input handed out
+bool ended = false;  // at the last read
 
 const text<132> blank132;
 const text<132> dash132{
@@ -27,75 +36,82 @@ std::FILE* script()
     return scriptstream;
 }
 
+// Whether a read or write that failed is to be tried again: after a signal, and, where another
+// program has left the stream non-blocking, as soon as it is ready.
+bool tryagain(int fd, short event)
+{
+    if (errno == EINTR) return true;
+    if (errno != EAGAIN) return false;
+    pollfd ready{fd, event, 0};
+    poll(&ready, 1, -1);
+    return true;
+}
+
+// Writes out all, and keeps nothing of it.
+void emptyoutput()
+{
+    flushoutput();
+    keptfrom = nwritten = ncollected = 0;
+}
+
+// Reads one byte; -1 at the end of input.
+int rawbyte()
+{
+    unsigned char c = 0;
+    ssize_t count = 0;
+    do {
+        count = read(STDIN_FILENO, &c, 1);
+    } while (count < 0 && tryagain(STDIN_FILENO, POLLIN));
+    return count == 1 ? c : -1;
+}
+
 }  // namespace
 
 void openchannels()
 {
-    const auto isopen = [](int fd) {
-        struct stat found = {};
-        return fstat(fd, &found) == 0;
-    };
+    const auto isopen = [](int fd) { return fcntl(fd, F_GETFD) >= 0; };
     // What is opened takes the lowest number that is free, so in ascending order.
     if (!isopen(STDIN_FILENO)) open("/dev/null", O_RDONLY);
     if (!isopen(STDOUT_FILENO)) stop("standard output is closed");
     if (!isopen(STDERR_FILENO)) open("/dev/null", O_WRONLY);
 }
 
-namespace {
-
-char collected[4096];  // output not yet written
-std::size_t ncollected = 0;
-
-// Waits until a stream that another program has left non-blocking is ready.
-void await(int fd, short event)
-{
-    pollfd ready{fd, event, 0};
-    poll(&ready, 1, -1);
-}
-
-}  // namespace
-
 bool tryflush()
 {
-    std::size_t written = 0;
-    while (written < ncollected) {
-        const ssize_t count = write(STDOUT_FILENO, collected + written, ncollected - written);
-        if (count > 0) written += static_cast<std::size_t>(count);
-        else if (errno == EAGAIN) await(STDOUT_FILENO, POLLOUT);
-        else if (errno != EINTR) break;
+    while (nwritten < ncollected) {
+        const ssize_t count = write(STDOUT_FILENO, collected + nwritten, ncollected - nwritten);
+        if (count > 0) nwritten += static_cast<std::size_t>(count);
+        else if (!tryagain(STDOUT_FILENO, POLLOUT)) break;
     }
-    const bool all = written == ncollected;
-    ncollected = 0;
+    const bool all = nwritten == ncollected;
+    nwritten = ncollected;
     return all;
 }
 
 void flushoutput()
 {
-    if (ncollected == 0 || tryflush()) return;
+    if (tryflush()) return;
     if (errno == EPIPE) std::_Exit(EXIT_FAILURE);  // the reader has gone: nobody to tell
     stop("standard output cannot be written: %s", std::strerror(errno));
 }
 
-void connectscript(std::FILE* stream) { scriptstream = stream; }
-
-namespace {
-
-// Reads one byte; -1 at the end of input.
-int rawbyte()
+void keepfromhere()
 {
-    unsigned char c = 0;
-    for (;;) {
-        const ssize_t count = read(STDIN_FILENO, &c, 1);
-        if (count == 1) return c;
-        if (count == 0 || (errno != EINTR && errno != EAGAIN)) return -1;
-        if (errno == EAGAIN) await(STDIN_FILENO, POLLIN);
-    }
+    if (ncollected > sizeof collected / 2) emptyoutput();
+    keptfrom = ncollected;
 }
 
-int heldbyte = -1;  // read while looking after a carriage return
-long taken = 0;     // bytes handed out
+extern "C" void showkept(int)
+{
+    const int error = errno;
+    const std::size_t from = keptfrom, to = nwritten;
+    if (from < to && tcgetpgrp(STDOUT_FILENO) == getpgrp()) {
+        [[maybe_unused]] const ssize_t count = write(STDOUT_FILENO, collected + from, to - from);
+    }
+    errno = error;
+}
 
-}  // namespace
+void connectscript(std::FILE* stream) { scriptstream = stream; }
 
 int inputbyte()
 {
@@ -118,18 +134,14 @@ bool inputended() { return ended; }
 
 void setinputended(bool end) { ended = end; }
 
-bool readrecord(int unit, char* to, int n)
+bool readrecord(int unit, std::span<char> record)
 {
-    const auto nextbyte = [unit] { return unit == nscript ? std::getc(script()) : inputbyte(); };
-    linefield line{to, static_cast<std::size_t>(n)};
-    int c = nextbyte();
-    const bool any = c >= 0;
-    for (; c >= 0 && c != '\n'; c = nextbyte()) {
-        const char byte = static_cast<char>(c);
-        line.add({&byte, 1});
-    }
-    line.finish();
-    return any;
+    char byte = 0;
+    return fillrecord(record, [unit, &byte] {
+        const int c = unit == nscript ? std::getc(script()) : inputbyte();
+        byte = static_cast<char>(c);
+        return std::string_view(&byte, c >= 0 ? 1 : 0);
+    });
 }
 
 void writepart(int unit, std::string_view part)
@@ -138,7 +150,7 @@ void writepart(int unit, std::string_view part)
         std::fwrite(part.data(), 1, part.size(), script());
         return;
     }
-    if (part.size() > sizeof collected - ncollected) flushoutput();
+    if (part.size() > sizeof collected - ncollected) emptyoutput();
     ncollected += part.copy(collected + ncollected, sizeof collected - ncollected);
 }
 

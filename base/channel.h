@@ -28,6 +28,14 @@ void flushoutput();
 /// The same, but false in place of an end, with the reason in `errno`.
 bool tryflush();
 
+/// What is written from here on is shown again when the program goes on after a stop: until it is
+/// called again it must not take the cursor up to what was written before.
+void keepfromhere();
+
+/// Handles the signal after a stop: writes once more what is kept, if standard output is the
+/// terminal and this program has it.
+extern "C" void showkept(int signal);
+
 /// Connects the script file: a stream open for reading, writing or both; nullptr disconnects.
 /// The caller keeps the stream and closes it.
 void connectscript(std::FILE* stream);
@@ -44,16 +52,10 @@ long inputcount();
 bool inputended();
 void setinputended(bool end);
 
-/// Reads the next line of channel `unit`, 5 or 10, into columns 1..n of `to`, cut or blank-padded;
-/// the rest of a longer line is dropped, and so is a carriage return at its end. False at the end
-/// of the channel. Channel 10 without a script file ends the program.
-bool readrecord(int unit, char* to, int n);
-
-template <int n>
-bool readrecord(int unit, text<n>& record)
-{
-    return readrecord(unit, record.ch, n);
-}
+/// Reads the next line of channel `unit`, 5 or 10, into a text, cut or blank-padded; the rest of a
+/// longer line is dropped, and so is a carriage return at its end. False at the end of the channel.
+/// Channel 10 without a script file ends the program.
+bool readrecord(int unit, std::span<char> record);
 
 /// Writes a part of a line, at most 4096 bytes, to channel `unit`, 6 or 10. Channel 10 without a
 /// script file ends the program; a fault in writing the script file is not noticed.

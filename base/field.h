@@ -7,12 +7,13 @@
 
 #include <cstddef>
 #include <cstring>
+#include <span>
 #include <string_view>
 
 #include "base/stop.h"
 
-/// A view without its first `n` characters; empty if it has no more. Unlike `substr` it needs nothing
-/// of the C++ library at run time, so that the program starts at once.
+/// A view without its first `n` characters; empty if it has no more. Unlike `substr` it needs
+/// nothing of the C++ library at run time, so that the program starts at once.
 constexpr std::string_view without(std::string_view s, std::size_t n)
 {
     s.remove_prefix(n < s.size() ? n : s.size());
@@ -86,30 +87,33 @@ struct text {
     std::string_view all() && = delete;
     std::string_view trimmed() && = delete;
 
+    /// For routines that fill a text of any length.
+    operator std::span<char>() & { return ch; }
+
     bool blank() const { return length() == 0; }
     bool begins(std::string_view s) const { return all().starts_with(s); }
     bool contains(std::string_view s) const { return all().find(s) != std::string_view::npos; }
     bool operator==(const text& other) const { return std::memcmp(ch, other.ch, n) == 0; }
 };
 
-/// A line on its way into columns 1..n: collects what fits and pads the rest.
-struct linefield {
-    char* to;
-    std::size_t n;
-    std::size_t length = 0;  // of the whole line, also beyond column n
-
-    void add(std::string_view part)
-    {
-        if (length < n) part.copy(to + length, n - length);
+/// Puts a line into the columns of `to`, cut or blank-padded; the rest of a longer line is dropped,
+/// and so is a carriage return at its end. `nextpart` gives the next part of the line, the last one
+/// with the line feed; an empty part at the end of the input. False if there is no further line.
+template <typename source>
+bool fillrecord(std::span<char> to, source nextpart)
+{
+    std::size_t length = 0;  // of the whole line, also beyond the last column
+    bool any = false, whole = false;
+    for (std::string_view part; !whole && !(part = nextpart()).empty(); any = true) {
+        whole = part.ends_with('\n');
+        if (whole) part.remove_suffix(1);
+        if (length < to.size()) part.copy(&to[length], to.size() - length);
         length += part.size();
     }
-    /// A carriage return at the end of the line is dropped.
-    void finish()
-    {
-        if (length > 0 && length <= n && to[length - 1] == '\r') --length;
-        if (length < n) std::memset(to + length, ' ', n - length);
-    }
-};
+    if (length > 0 && length <= to.size() && to[length - 1] == '\r') --length;
+    if (length < to.size()) std::memset(&to[length], ' ', to.size() - length);
+    return any;
+}
 
 /// A text of at most 132 characters as the C library takes it, with a NUL at its end.
 struct cstring {

@@ -11,14 +11,12 @@
 #include <cstdio>
 #include <cstdlib>
 
-bool infile::open(const char* filename)
+bool infile::open(const char* filename, const char* directory)
 {
     close();
     needed = false;
-    if (std::snprintf(name, sizeof name, "%s", filename) >= int{sizeof name}) {
-        errno = ENAMETOOLONG;
-        return false;
-    }
+    // A path too long for `name` is cut there to one that is too long for the system, too.
+    std::snprintf(name, sizeof name, "%s%s%s", directory, *directory != '\0' ? "/" : "", filename);
     // Without waiting for a writer if the name turns out to be a named pipe.
     fd = ::open(name, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (fd < 0) return false;
@@ -36,16 +34,10 @@ void infile::opentable(const char* filename, bool own)
     const char* directory = std::getenv("ATTENUATION_DATA");
     const bool shipped =
         directory != nullptr && *directory != '\0' && (!own || lstat(filename, &found) != 0);
-    char path[PATH_MAX];
-    if (!shipped) {
-        needed = open(filename);
-    } else if (std::snprintf(path, sizeof path, "%s/%s", directory, filename) < int{sizeof path}) {
-        needed = open(path);
-    } else {
-        errno = ENAMETOOLONG;
-    }
+    needed = open(filename, shipped ? directory : "");
     if (needed) return;
     const int error = errno;
+    char path[PATH_MAX];
     if (!shipped) directory = getcwd(path, sizeof path);
     const bool hint = error == ENOENT && !shipped;
     stop("%s: cannot be read in %s: %s%s", filename, directory ? directory : "this directory",
@@ -74,68 +66,40 @@ bool infile::fill()
     return count > 0;
 }
 
-bool infile::next(char* to, int n)
+bool infile::next(std::span<char> record)
 {
-    linefield line{to, static_cast<std::size_t>(n)};
-    bool any = false, whole = false;
-    while (!whole && (at < filled || fill())) {
+    return fillrecord(record, [this] {
+        if (at == filled && !fill()) return std::string_view();
         const std::string_view rest(block + at, filled - at);
-        const std::size_t count = std::min(rest.find('\n'), rest.size());
-        whole = count < rest.size();
-        line.add(rest.substr(0, count));
-        at += count + (whole ? 1 : 0);
-        any = true;
-    }
-    line.finish();
-    return any;
-}
-
-// Looks for the line among those that lie whole in the block before `end`, and goes on after the
-// name if it is there, else to `end`.
-bool infile::findline(std::string_view wanted, std::size_t end)
-{
-    const std::string_view lines(block, end);
-    for (std::size_t i = at; (i = lines.find(wanted, i + 1)) < end;) {
-        // Column 1 may hold any character, but there must be one: not the end of an empty line.
-        const bool begins = (i == at + 1 || block[i - 2] == '\n') && block[i - 1] != '\n';
-        if (!begins) continue;
-        at = i + wanted.size();
-        return true;
-    }
-    at = end;
-    return false;
+        const std::string_view part =
+            rest.substr(0, std::min(rest.find('\n'), rest.size() - 1) + 1);
+        at += part.size();
+        return part;
+    });
 }
 
 bool infile::nextwith(std::string_view wanted)
 {
     text<132> line;
-    if (wanted.empty()) return next(line);
-    while (at < filled || fill()) {
-        const std::size_t last = std::string_view(block, filled).rfind('\n');
-        if (last != std::string_view::npos && last >= at && findline(wanted, last + 1)) {
-            return next(line);
-        }
-        // What is left of the block is the beginning of a line that goes on in the next one.
-        if (next(line) && line(2, 132).starts_with(wanted)) return true;
+    bool any = true, found = false;
+    while (any && !found) {
+        // Passed over: all lines before the one that has the name somewhere, or is not whole yet.
+        const std::string_view rest(block + at, filled - at);
+        at += rest.substr(0, rest.find(wanted)).rfind('\n') + 1;  // npos + 1 is 0
+        any = next(line);
+        found = any && line(2, 132).starts_with(wanted);
     }
-    return false;
+    return found;
 }
 
 long infile::lineno() const
 {
-    char bytes[4096];
+    infile again;
+    again.fd = dup(fd);
+    text<1> line;
     long lines = 0;
-    bool inside = false;  // a line has begun that did not end yet
-    for (std::size_t place = 0; place < start + at;) {
-        const ssize_t count =
-            pread(fd, bytes, std::min(sizeof bytes, start + at - place), static_cast<off_t>(place));
-        if (count < 0 && errno == EINTR) continue;
-        if (count <= 0) break;
-        lines += std::count(bytes, bytes + count, '\n');
-        inside = bytes[count - 1] != '\n';
-        place += static_cast<std::size_t>(count);
-    }
-    return lines + inside;
+    while (again.start + again.at < start + at && again.next(line)) ++lines;
+    return lines;
 }
 
 void stopat(const infile& table, const char* format, ...)

@@ -9,17 +9,17 @@
 
 /// A data file, read line by line in one pass. The file is closed at the end of this value's life.
 struct infile {
-    char name[PATH_MAX];  // of the file that was really opened, for messages
+    char name[PATH_MAX + 1];  // of the file that was really opened, for messages
 
     infile() { name[0] = '\0'; }
     infile(const infile&) = delete;
     infile& operator=(const infile&) = delete;
     ~infile() { close(); }
 
-    /// Opens a file for reading from its start, after closing the one before. Only a regular file
-    /// is opened, so that no pipe or device can hold up the program. False, with the reason in
-    /// `errno`, if that fails.
-    bool open(const char* filename);
+    /// Opens a file for reading from its start, after closing the one before; a file in `directory`
+    /// unless that is empty. Only a regular file is opened, so that no pipe or device can hold up
+    /// the program. False, with the reason in `errno`, if that fails.
+    bool open(const char* filename, const char* directory = "");
 
     /// The same for a table that the program cannot do without: ends the program on failure, also
     /// where reading it fails later on. A table that is not in the working directory is read from
@@ -32,16 +32,10 @@ struct infile {
     /// Goes back to the first line.
     void rewind() { start = at = filled = 0; }
 
-    /// Reads the next line into columns 1..n of `to`, cut or blank-padded; the rest of a longer
-    /// line is dropped, and so is a carriage return at its end. False at the end of the file, or
-    /// where reading a file other than a table fails.
-    bool next(char* to, int n);
-
-    template <int n>
-    bool next(text<n>& record)
-    {
-        return next(record.ch, n);
-    }
+    /// Reads the next line into a text, cut or blank-padded; the rest of a longer line is dropped,
+    /// and so is a carriage return at its end. False at the end of the file, or where reading a
+    /// file other than a table fails.
+    bool next(std::span<char> record);
 
     /// Reads on up to a line whose columns 2 on are `wanted`, as calls of `next` would, but without
     /// looking at every line: the twelve heaviest elements would take six times the instructions.
@@ -59,7 +53,6 @@ private:
     char block[16384];               // of the sizes tried the one that makes a dialogue shortest
 
     bool fill();
-    bool findline(std::string_view wanted, std::size_t end);
 };
 
 /// Ends the program over the line of a table read last: "file: line 26: " and the message.

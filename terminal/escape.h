@@ -40,8 +40,13 @@ constexpr std::string_view up3 = "\033[3A";
 }  // namespace escape
 
 /// Takes the cursor up by the sequence `lines` and then, by the end of the line, one line down: to
-/// the start of the line above after `up2`, of the one above that after `up3`.
-inline void cursorup(int unit, std::string_view lines) { writerecord(unit, {" ", lines}); }
+/// the start of the line above after `up2`, of the one above that after `up3`. What is above the
+/// cursor is then not shown again after a stop: ways up are counted from what is.
+inline void cursorup(int unit, std::string_view lines)
+{
+    writerecord(unit, {" ", lines});
+    keepfromhere();
+}
 
 /// Takes the cursor to the start of a line: that in which it is if it is there already, the next
 /// one if it is beyond column 2. The blanks reach the edge of the terminal, and pass it if they

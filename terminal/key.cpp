@@ -20,51 +20,44 @@ pathrecord path;
 
 // Terminal geometry.
 
-namespace {
-
-// Asks a terminal for its size. False if it is none or does not answer.
-bool asksize(int fd, winsize& size) { return isatty(fd) && ioctl(fd, TIOCGWINSZ, &size) >= 0; }
-
-}  // namespace
-
 int pr_winsize(int fd, int it)
 {
     const int n = it + 1;
     winsize size{};
-    const int flag = asksize(fd, size) ? 1 : 0;
+    const int flag = ioctl(fd, TIOCGWINSZ, &size) >= 0 ? 1 : 0;
     if (flag == 1) {
         term.ncol(n) = size.ws_col;
         term.nrows(n) = size.ws_row;
         term.ixpixel(n) = size.ws_xpixel;
         term.iypixel(n) = size.ws_ypixel;
-        if (size.ws_col != 0) return 1;
     }
-    term.ncol(n) = 80;
-    term.npl = 80;
-    term.nrows(n) = 24;
+    if (size.ws_col == 0) {
+        term.ncol(n) = 80;
+        term.npl = 80;
+        term.nrows(n) = 24;
+    }
     return flag;
 }
 
 void window(const std::int32_t& n)
 {
-    const int it = n - 1;
     if (n == 1) {
-        pr_winsize(STDIN_FILENO, it);
-        term.npl = term.ncol(1) > 130 ? 130 : term.ncol(1);
+        pr_winsize(STDIN_FILENO, 0);
+        term.npl = std::min(term.ncol(1), 130);
         return;
     }
     std::replace(term.winfile.ch, term.winfile.ch + sizeof term.winfile.ch, ' ', '\0');
     const int fd = open(cstring(term.winfile.all()), O_WRONLY | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
-    pr_winsize(fd, it);
+    pr_winsize(fd, n - 1);
     if (fd >= 0) close(fd);
 }
 
 void sizenow(int& rows, int& columns)
 {
-    winsize size{};
-    const bool known = asksize(STDIN_FILENO, size);
-    rows = known && size.ws_row > 0 ? size.ws_row : 24;
-    columns = known && size.ws_col > 0 ? size.ws_col : 80;
+    winsize size{};  // left at zero where the terminal does not know
+    ioctl(STDIN_FILENO, TIOCGWINSZ, &size);
+    rows = size.ws_row > 0 ? size.ws_row : 24;
+    columns = size.ws_col > 0 ? size.ws_col : 80;
 }
 
 // Single keys.
@@ -103,8 +96,8 @@ int key()
 
 void noteahead()
 {
-    int waiting = 0;
-    if (ioctl(STDIN_FILENO, FIONREAD, &waiting) < 0) waiting = 0;
+    int waiting = 0;  // left at that if it cannot be told
+    ioctl(STDIN_FILENO, FIONREAD, &waiting);
     inplace = inputcount() + waiting;
 }
 
@@ -127,9 +120,8 @@ void infopath()
     for (std::size_t i = 0; i < std::size(variables); ++i) {
         const char* value = std::getenv(variables[i]);
         if (value == nullptr) continue;
-        std::size_t place = 80 * i;
-        do {  // runs on into the following fields, on purpose; an empty value writes one NUL
-            record[place++] = *value;
-        } while (*value != '\0' && *++value != '\0' && place < sizeof(pathrecord));
+        // Runs on into the following fields, on purpose; an empty value writes one NUL.
+        const std::size_t count = std::max<std::size_t>(std::strlen(value), 1);
+        std::memcpy(record + 80 * i, value, std::min(count, sizeof path - 80 * i));
     }
 }

@@ -28,7 +28,9 @@ int nextbyte(std::FILE*) { return inputbyte(); }
 // background.
 void prepareterminal(int meta)
 {
-    if (guardsettings()) rl_prep_terminal(meta);
+    if (!guardsettings()) return;
+    rl_prep_terminal(meta);
+    if (RL_ISSTATE(RL_STATE_SIGHANDLER)) rl_forced_update_display();  // after a stop
 }
 
 void restoreterminal()
@@ -38,36 +40,24 @@ void restoreterminal()
     settingsback();
 }
 
-// Commands that no key may give. In vi mode the editor does not come back from some moves over
-// bytes that are no letters (found by fuzzing), whichever key gives them. Tried as ways into it, by
-// their own keys and by those of an inputrc: vi-editing-mode (M-C-j, M-C-m), every other "vi-"
-// command, re-read-init-file (C-x C-r) with "set editing-mode vi", macros of them, and
-// execute-named-command (M-x), which newer editors have. C-e of vi mode leads out of it only.
-struct refusedcommands {
-    int n = 0;
-    dim<rl_command_func_t*, 1, 200> item;
-
-    refusedcommands()
-    {
-        for (int i = 0; funmap[i] != nullptr && n < 200; ++i) {
-            const std::string_view name = funmap[i]->name;
-            if (name.starts_with("vi-") || name == "re-read-init-file" ||
-                name == "execute-named-command") {
-                item(++n) = funmap[i]->function;
-            }
+// Takes commands away before the keys of an inputrc are read. In vi mode the editor does not come
+// back from some moves over bytes that are no letters (found by fuzzing), whichever key gives them.
+// Tried as ways into it, by their own keys and by those of an inputrc: vi-editing-mode (M-C-j,
+// M-C-m), every other "vi-" command, re-read-init-file (C-x C-r) with "set editing-mode vi", macros
+// of them, and execute-named-command (M-x), which newer editors have. C-e of vi mode leads out of
+// it only.
+void refusecommands()
+{
+    rl_initialize_funmap();
+    for (FUNMAP** entry = funmap; *entry != nullptr; ++entry) {
+        const std::string_view name = (*entry)->name;
+        if (name.starts_with("vi-") || name == "re-read-init-file" ||
+            name == "execute-named-command") {
+            (*entry)->function = nothingdone;
         }
     }
-};
-
-// Takes them from all keys of a keymap, and of those that its prefixes lead to.
-void takekeys(Keymap keys, const refusedcommands& refused)
-{
-    const auto* const end = refused.item.item + refused.n;
-    for (int key = 0; key < KEYMAP_SIZE; ++key) {
-        rl_command_func_t*& command = keys[key].function;
-        if (keys[key].type == ISKMAP) takekeys(reinterpret_cast<Keymap>(command), refused);
-        else if (command == rl_insert || command == nullptr) continue;
-        else if (std::find(refused.item.item, end, command) != end) command = nothingdone;
+    for (const char* keys : {"\\e\\C-j", "\\e\\C-m", "\\C-x\\C-r", "\\ex"}) {
+        rl_bind_keyseq(keys, nothingdone);
     }
 }
 
@@ -82,13 +72,13 @@ void prepareediting()
     prepared = true;
     rl_prep_term_function = prepareterminal;
     rl_deprep_term_function = restoreterminal;
+    refusecommands();
     rl_initialize();
     rl_variable_bind("enable-bracketed-paste", "off");
     rl_variable_bind("input-meta", "on");
     rl_variable_bind("convert-meta", "off");
     rl_variable_bind("output-meta", "on");
     rl_variable_bind("editing-mode", "emacs");
-    takekeys(emacs_standard_keymap, refusedcommands());
     rl_completion_entry_function = nothing;
 }
 

@@ -7,6 +7,8 @@
 #include <cerrno>
 #include <csignal>
 
+#include "base/channel.h"
+
 namespace {
 
 // What the terminal's settings are at the moment:
@@ -19,7 +21,7 @@ namespace {
 // "-" does not occur or does nothing. A signal ends the program in the state `asfound`; after a
 // stop it goes on to the second state. While another job has the terminal the state stays as it
 // is: the settings in force are that job's, and neither read nor written.
-enum state : std::sig_atomic_t { asfound, keymode, editing };
+enum : std::sig_atomic_t { asfound, keymode, editing };
 volatile std::sig_atomic_t now = asfound;
 
 termios stored_settings;  // to be put back; in force while `now` is `asfound`
@@ -31,8 +33,6 @@ bool inbackground()
     return front > 0 && front != getpgrp();
 }
 
-bool isstop(int signal) { return signal == SIGTSTP || signal == SIGTTIN || signal == SIGTTOU; }
-
 extern "C" void giveback(int signal);
 
 // Has a signal caught if it would have its usual effect, or lets it have that again.
@@ -41,8 +41,8 @@ void catchsignal(int signal, bool on)
     struct sigaction action = {}, found = {};
     if (sigaction(signal, nullptr, &found) < 0) return;
     if (found.sa_handler != (on ? SIG_DFL : giveback)) return;  // ignored, or somebody else's
-    action.sa_handler = on ? giveback : SIG_DFL;
-    action.sa_flags = SA_RESTART;  // a key is still awaited after a stop
+    action.sa_handler = !on ? SIG_DFL : signal == SIGCONT ? showkept : giveback;
+    action.sa_flags = SA_RESTART;  // what is read or written goes on, in the line editor, too
     sigfillset(&action.sa_mask);
     sigaction(signal, &action, nullptr);
 }
@@ -66,24 +66,11 @@ sigset_t awaitforeground()
     pthread_sigmask(SIG_BLOCK, &all, &before);
     catchstops(false);
     for (int tries = 0; tries < 10 && inbackground(); ++tries) {
-        sigset_t none;
-        sigemptyset(&none);
-        pthread_sigmask(SIG_SETMASK, &none, nullptr);
+        pthread_sigmask(SIG_UNBLOCK, &all, nullptr);
         tcdrain(STDIN_FILENO);
         pthread_sigmask(SIG_BLOCK, &all, nullptr);
     }
     return before;
-}
-
-// From one state to another, with all signals blocked. False if that has to be left alone.
-
-bool leavefound(state next)
-{
-    if (inbackground()) return false;
-    if (now == asfound && tcgetattr(STDIN_FILENO, &stored_settings) < 0) return false;
-    now = next;
-    catchstops(true);
-    return true;
 }
 
 // In the background nothing is put back: whoever has the terminal has settings of its own in force.
@@ -94,18 +81,29 @@ void restoresettings()
     settingsback();
 }
 
-void enterkeymode()
+void setkeymode()
+{
+    termios keys = stored_settings;
+    keys.c_lflag &= ~static_cast<tcflag_t>(ICANON);  // deliver bytes, not lines; echo stays on
+    keys.c_cc[VMIN] = 1;                             // a read returns with the first byte
+    keys.c_cc[VTIME] = 0;                            // and waits for it without a limit
+    keys.c_cc[VINTR] = '#';                          // interrupts; Ctrl-C is an ordinary key
+    tcsetattr(STDIN_FILENO, TCSANOW, &keys);
+}
+
+// Goes to the state `keymode` or `editing`. False if the terminal has to be left alone.
+bool enter(std::sig_atomic_t next)
 {
     const sigset_t before = awaitforeground();
-    if (leavefound(keymode)) {
-        termios keys = stored_settings;
-        keys.c_lflag &= ~static_cast<tcflag_t>(ICANON);  // deliver bytes, not lines; echo stays on
-        keys.c_cc[VMIN] = 1;                             // a read returns with the first byte
-        keys.c_cc[VTIME] = 0;                            // and waits for it without a limit
-        keys.c_cc[VINTR] = '#';                          // interrupts; Ctrl-C is an ordinary key
-        tcsetattr(STDIN_FILENO, TCSANOW, &keys);
+    const bool mine =
+        !inbackground() && (now != asfound || tcgetattr(STDIN_FILENO, &stored_settings) >= 0);
+    if (mine) {
+        now = next;
+        catchstops(true);
     }
+    if (mine && next == keymode) setkeymode();
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    return mine;
 }
 
 // Gives the terminal back, then lets the signal have its usual effect. Calls async-signal-safe
@@ -117,35 +115,30 @@ extern "C" void giveback(int signal)
     const std::sig_atomic_t before = now;
     restoresettings();
 
-    struct sigaction mine, usual = {};
-    usual.sa_handler = SIG_DFL;
-    sigaction(signal, &usual, &mine);
+    catchsignal(signal, false);
     sigset_t only;
     sigemptyset(&only);
     sigaddset(&only, signal);
     raise(signal);  // held back until it is unblocked; then the program ends, or stops and goes on
     pthread_sigmask(SIG_UNBLOCK, &only, nullptr);
     // Process 1 of a container is spared by the system, which ends all others here.
-    if (!isstop(signal)) _exit(128 + signal);
+    if (signal != SIGTSTP && signal != SIGTTIN && signal != SIGTTOU) _exit(128 + signal);
 
     pthread_sigmask(SIG_BLOCK, &only, nullptr);
-    sigaction(signal, &mine, nullptr);
-    if (before == keymode) enterkeymode();
-    if (before == editing) guardsettings();
+    catchsignal(signal, true);
+    if (before != asfound) enter(before);
     errno = error;
 }
 
-// Catches every signal that would end or stop the program.
+// Catches every signal that would end or stop the program, and the one that comes after a stop.
 void catchsignals()
 {
     static bool caught = false;
     if (caught) return;
     caught = true;
     for (int signal = 1; signal < NSIG; ++signal) {
-        const bool harmless =
-            signal == SIGCHLD || signal == SIGCONT || signal == SIGURG || signal == SIGWINCH;
-        const bool later = signal == SIGTTIN || signal == SIGTTOU;  // see `catchstops`
-        if (!harmless && !later) catchsignal(signal, true);
+        const bool harmless = signal == SIGCHLD || signal == SIGURG || signal == SIGWINCH;
+        if (!harmless) catchsignal(signal, true);
     }
 }
 
@@ -155,7 +148,7 @@ void set_keypress()
 {
     if (!isatty(STDIN_FILENO)) return;
     catchsignals();
-    enterkeymode();
+    enter(keymode);
 }
 
 void reset_keypress()
@@ -170,10 +163,7 @@ bool guardsettings()
 {
     if (!isatty(STDIN_FILENO)) return true;
     catchsignals();
-    const sigset_t before = awaitforeground();
-    const bool guarded = leavefound(editing);
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
-    return guarded;
+    return enter(editing);
 }
 
 void settingsback()

@@ -6,7 +6,8 @@
 /// place of Ctrl-C. The settings found are kept for `reset_keypress`. In the background the program
 /// stops here until it has the terminal; where nothing can stop it, the settings stay as they are.
 /// From the first call on every signal that ends or stops the program gives the terminal back
-/// first; after a stop key mode is set again. Does nothing where standard input is not a terminal.
+/// first; after a stop key mode is set again, and what is asked is shown again. Does nothing where
+/// standard input is not a terminal.
 void set_keypress();
 
 /// Key mode off: the kept settings are in force again.
