@@ -17,9 +17,13 @@ menurecord scrd;
 text<132> joined(std::initializer_list<std::string_view> parts, bool cut)
 {
     text<132> whole;
-    linefield line{whole.ch, 132};
-    for (const std::string_view part : parts) line.add(part);
-    return cut || line.length <= 132 ? whole : text<132>();
+    std::size_t at = 0;
+    for (const std::string_view part : parts) {
+        const std::size_t room = 132 - at;
+        if (part.size() > room && !cut) return text<132>();
+        at += part.copy(whole.ch + at, room);
+    }
+    return whole;
 }
 
 int screenlines(int columns)

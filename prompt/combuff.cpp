@@ -17,8 +17,7 @@ const text<132> scriptkey("tano/script/alteration");
 
 enum class kind { yesno, number, string };
 
-// One call of a prompt: what it asks, what is shown of the question, and the way back to that after
-// a help text.
+// One call of a prompt, made before `openquestion` changes the caller's field.
 struct question {
     kind asks;
     text<132>& querytype;
@@ -26,28 +25,26 @@ struct question {
     std::int32_t nrd, nwr;
     char wrb = querytype(132);  // script mode
     int ld = 0;                 // columns of the question shown
-    text<132> querystore{};     // querytype(1:ld)
+    text<132> querystore{};     // these columns, to put them back after a help text
 
+    bool istext() const { return asks == kind::string; }
     std::string_view shown() const { return querytype(1, ld); }
     std::string_view bracket() const { return asks == kind::number ? "=[" : " ["; }
     bool recorded() const { return wrb == 'w'; }
     void restore() { querytype.put(1, ld, querystore(1, ld)); }
 };
 
-// Takes the script mode out of the caller's field and notes the question. It is cut at the terminal
-// width; not so that for a text, whose copy holds 80 characters.
+// Blanks the script mode in the caller's field and notes what is shown of the question. A question
+// for a text is shown whole, and a help text leaves 80 columns of it, on purpose; the other two are
+// cut at the terminal width.
 void openquestion(question& q, std::int32_t ncol)
 {
     q.querytype(132) = ' ';
-    if (q.asks == kind::string) {
-        text<132> moved = q.querytype;
-        stringlength(moved, q.ld);
-    } else {
-        q.ld = ncol;
-        stringend(q.querytype, q.ld);
-    }
-    const int kept = q.asks == kind::string ? std::min(q.ld, 80) : q.ld;
-    q.querystore = text<132>(q.querytype(1, kept));
+    q.ld = ncol;
+    text<132> moved = q.querytype;
+    if (q.istext()) stringlength(moved, q.ld);
+    else stringend(moved, q.ld);
+    q.querystore = text<132>(q.querytype(1, q.istext() ? std::min(q.ld, 80) : q.ld));
 }
 
 // Wipes the question and the answer line; the cursor ends at the start of the question line.
@@ -59,8 +56,9 @@ void redraw(const question& q, std::int32_t width)
     cursorup(q.nwr, escape::up3);
 }
 
-// True with the next line of the script file, if the answer is to come from there. At its end the
-// prompt becomes interactive and says so; the first character of that line depends on the prompt.
+// True with the next line of the script file if the answer comes from there. At the end of the file
+// the prompt says so and becomes interactive. The "1" of `yesno` and the text prompt, which does not
+// show the line, are as required.
 bool readscript(const question& q, text<132>& line)
 {
     if (q.wrb != 'r') return false;
@@ -68,7 +66,7 @@ bool readscript(const question& q, text<132>& line)
     if (!any) {
         writerecord(q.nwr, {q.asks == kind::yesno ? "1" : " ",
                             "end of sript file: switch to interactive mode"});
-    } else if (q.asks != kind::string) {
+    } else if (!q.istext()) {
         writerecord(q.nwr, {line.all()});
     }
     return any;
@@ -76,7 +74,7 @@ bool readscript(const question& q, text<132>& line)
 
 [[noreturn]] void stopatquestion(const question& q)
 {
-    stop("end of input at the question \"%.*s\"", q.ld, q.querystore.ch);
+    stop("end of input at the question \"%.*s\"", q.ld, q.querytype.ch);
 }
 
 // An answer line as typed.
@@ -88,8 +86,7 @@ text<132> plainline(const question& q)
     return ch132;
 }
 
-// An answer line of the line editor, whose up-arrow key brings back what is offered, for editing,
-// and the answers before.
+// An answer from the line editor. Its up-arrow key brings back the default and earlier answers.
 text<132> editedline(const question& q, std::string_view offered)
 {
     addhist(cstring(offered));
@@ -105,20 +102,21 @@ text<132> editedline(const question& q, std::string_view offered)
     return ch132;
 }
 
-// What an answer asks for; `typed`: it is the new default.
+// What an answer does. `typed`: it becomes the new default.
 enum class meaning { accepted, quit, back, help, typed };
 
-// The same of an answer line. A text counts as it was typed, and the symbol "He" alone opens the
-// help text, on purpose; of the other answers neither capitals nor blanks in front count.
+// Tells what an answer does. Capitals and leading blanks do not count and are taken off `ch132`,
+// except in a text. There, on purpose, "back", "q" and "*" count only as typed from column 1, four
+// leading blanks accept the default whatever follows, and the word "he" (also the symbol "He") opens
+// the help text, but "help" does not.
 meaning meaningof(const question& q, text<132>& ch132)
 {
     text<132> lower = ch132;
     lc_character(lower);
-    const bool istext = q.asks == kind::string;
-    if (!istext) ch132 = lower;
+    if (!q.istext()) ch132 = lower;
     if (q.asks != kind::yesno && ch132.begins("back")) return meaning::back;
-    if (lower.begins(istext ? "he " : "he")) return meaning::help;
-    if (istext ? ch132.begins("    ") : ch132.blank()) return meaning::accepted;
+    if (lower.begins(q.istext() ? "he " : "he")) return meaning::help;
+    if (q.istext() ? ch132.begins("    ") : ch132.blank()) return meaning::accepted;
     return ch132(1) == '*' || ch132(1) == 'q' ? meaning::quit : meaning::typed;
 }
 
@@ -128,26 +126,29 @@ void scripthelp(question& q)
     help(q.querytype);
 }
 
-// Asks until an answer is neither "he" nor, but for a recording, "back". `ch132` is that answer.
+// Asks until the answer is neither "he" nor, unless it is recorded, "back". `ch132` is that answer.
 meaning ask(question& q, std::string_view offered, text<132>& ch132)
 {
-    for (;; q.restore()) {
-        // Typed control characters are shown, not sent.
-        const printable<160> shown(offered);
-        const bool marked = q.recorded() && q.asks != kind::yesno;
-        writerecord(q.nwr, {marked ? "(b) " : "", q.shown(), q.bracket(), shown.view(), "]"});
-        ch132 = q.asks == kind::string ? editedline(q, offered) : plainline(q);
+    const bool marked = q.recorded() && q.asks != kind::yesno;
+    const printable<160> inbrackets(offered);  // typed control characters are shown, not sent
+    for (;;) {
+        const std::string_view mark = marked ? "(b) " : "";
+        writerecord(q.nwr, {mark, q.shown(), q.bracket(), inbrackets.view(), "]"});
+        ch132 = q.istext() ? editedline(q, offered) : plainline(q);
         cursorup(q.nwr, escape::up2);
         const meaning found = meaningof(q, ch132);
+        // On purpose the key stays so: a later "he" asks for the text of "back/energy".
+        if (found == meaning::back) q.chcom.put(1, 4, "back");
         if (found == meaning::help) {
             help(q.chcom);
             if (marked) scripthelp(q);
-            continue;
+        } else if (found == meaning::back && !q.recorded()) {
+            scripthelp(q);
+            writerecord(q.nwr, {" a script file has not been defined"});
+        } else {
+            return found;
         }
-        if (found == meaning::back) q.chcom.put(1, 4, "back");
-        if (found != meaning::back || q.recorded()) return found;
-        scripthelp(q);
-        writerecord(q.nwr, {" a script file has not been defined"});
+        q.restore();
     }
 }
 
@@ -158,11 +159,10 @@ void recordanswer(const question& q, std::string_view answer)
 
 }  // namespace
 
-void yesno(text<132>& querytype, text<1>& ch1, const text<132>& chcom, std::int32_t ncol,
+void yesno(text<132>& querytype, text<1>& ch1, text<132>& chcom, std::int32_t ncol,
            std::int32_t nrd, std::int32_t nwr)
 {
-    text<132> key = chcom;
-    question q{kind::yesno, querytype, key, nrd, nwr};
+    question q{kind::yesno, querytype, chcom, nrd, nwr};
     openquestion(q, ncol);
     text<132> ch132;
     if (readscript(q, ch132)) {
@@ -208,7 +208,8 @@ float firstnumber(const text<132>& ch, int width)
     return iout > 0 ? out(1) : 0.0f;
 }
 
-// The number between the last brackets of a script line that end by column 80.
+// The number in the last pair of brackets that ends by column 80 of a script line; 16 columns of it
+// count. Both bounds are meant so.
 float replayedvalue(const text<132>& line)
 {
     int close = 80;
@@ -216,8 +217,7 @@ float replayedvalue(const text<132>& line)
     int open = close - 1;
     while (open > 0 && line(open) != '[') --open;
     if (open < 1) stop("script file: no value in brackets in \"%.80s\"", line.ch);
-    const int last = close - 1 < open + 24 ? close - 1 : open + 24;
-    return firstnumber(text<132>(line(open + 1, last)), 16);
+    return firstnumber(text<132>(line(open + 1, close - 1)), 16);
 }
 
 }  // namespace
@@ -292,7 +292,7 @@ void askstring(text<132>& querytype, text<132>& chstr, text<132>& chcom, std::in
     for (;;) {
         const meaning found = ask(q, stored.view(), ch132);
         if (found == meaning::back) return;
-        if (found != meaning::typed) {
+        if (found != meaning::typed) {  // a quit is recorded, too, with the default; only here
             chstr = found == meaning::accepted ? text<132>(stored.view()) : text<132>("*");
             return recordanswer(q, stored.view());
         }

@@ -10,26 +10,29 @@
 //   chcom      in/out  the help key of the question; `help` shows its text
 // The question is shown with its default in brackets; an empty answer accepts the default, a typed
 // one becomes the new default on the same screen line, "he" shows the help text, "*" or "q" quits
-// (each prompt says how the caller sees that), and "back" is for recording only: it returns with
-// "back" in columns 1 to 4 of `chcom`. At the end of input the program ends with a clear line.
+// (each prompt says how the caller sees that). "back", but not in `yesno`, goes into columns 1 to
+// 4 of `chcom`; a recording then returns, otherwise the question is asked again. At the end of input
+// the program ends with a clear line.
 #pragma once
 
 #include <cstdint>
 
 #include "base/field.h"
 
-/// Asks for yes or no. `ch1`: in the default, "y" or "n"; out "y", "n", or "*" after a quit.
-void yesno(text<132>& querytype, text<1>& ch1, const text<132>& chcom, std::int32_t ncol,
+/// Asks for yes or no. `ch1`: on entry the default, "y" or "n"; on return "y", "n", or "*" after
+/// a quit.
+void yesno(text<132>& querytype, text<1>& ch1, text<132>& chcom, std::int32_t ncol,
            std::int32_t nrd, std::int32_t nwr);
 
 /// Asks for one number, shown in the format `form` (see `trlnu`, which may switch the caller's
-/// format to exponent form for good). `value`: in the default; out the accepted number, which is
-/// the number as shown. A quit sets all of `querytype` to "*" and leaves `value` as it was.
+/// format to exponent form for good). `value`: on entry the default, on return the accepted number,
+/// which is the number as shown. A quit sets all of `querytype` to "*" and leaves `value` as it was.
 void askvalue(text<132>& querytype, text<7>& form, float& value, text<132>& chcom,
               std::int32_t ncol, std::int32_t nrd, std::int32_t nwr);
 
-/// Asks for a line of text of at most 80 characters, with line editing. `chstr`: in the default,
-/// left-justified in place; out the answer, or "*" after a quit.
+/// Asks for a line of text of at most 80 characters, with line editing, which reads standard input
+/// whatever `nrd` is. `chstr`: on entry the default, left-justified in place; on return the answer,
+/// or "*" after a quit.
 void askstring(text<132>& querytype, text<132>& chstr, text<132>& chcom, std::int32_t ncol,
                std::int32_t nrd, std::int32_t nwr);
 
@@ -54,7 +57,7 @@ void trlnu(text<7>& formatch, float rn, text<24>& chr, std::int32_t& nn, text<24
 void trlch(std::int32_t n_ch, const text<132>& chin, std::int32_t& iout, dim<float, 1, 32>& out);
 
 /// Left-justifies columns 1 to 131 of `ch`; `il` is the length of the text, 0 when it is blank or
-/// begins with a NUL (it is then left alone). Column 132 is a flag and no part of the text; it is
+/// begins with a NUL (it is then left alone). Column 132 is a flag, not part of the text; it is
 /// blanked only by a text that ends in column 131.
 void stringlength(text<132>& ch, std::int32_t& il);
 
@@ -75,6 +78,7 @@ void nextchar(const text<132>& chl, std::int32_t& il, std::int32_t& ip, text<132
 /// are more than 7). Zero gives a blank field without any digit; callers rely on it.
 void itoc8(text<8>& ch, std::int32_t nn);
 
-/// Reads an integer from a field of 8: blanks, "+" and "-", digits up to the first blank.
-/// Characters above "9" become blanks, also in the caller's field; 0 for a field without a number.
+/// Reads an integer from a field of 8: after leading blanks "+", "-" (both optional) and digits, up
+/// to the next blank. Characters above "9" become blanks, also in the caller's field; 0 for a field
+/// without a number.
 void c8toi(text<8>& ch, std::int32_t& n);

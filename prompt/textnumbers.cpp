@@ -166,10 +166,6 @@ eletter emeaning(std::string_view before)
 bool scancolumn(numberscan& s, std::string_view columns, int& k)
 {
     const char c = columns[static_cast<std::size_t>(k - 1)];
-    if (c == ' ' && !s.nnum && s.pt == 1.0f) {  // no number is being built
-        s.nex = 0;                              // a blank cancels an exponent
-        return true;
-    }
     if (isdecimal(c)) {
         s.digit(c);
         return k < static_cast<int>(columns.size()) || s.store(k);
@@ -189,7 +185,9 @@ bool scancolumn(numberscan& s, std::string_view columns, int& k)
         return true;
     }
     if (c == '-') s.minus(k);
-    return !s.nnum || s.store(k);
+    if (s.nnum) return s.store(k);
+    if (c == ' ') s.nex = 0;  // a blank cancels an announced exponent
+    return true;
 }
 
 }  // namespace
@@ -328,9 +326,9 @@ int buildinteger(const numberformat& f, numbertext& t)
 
 int buildfixed(const numberformat& f, numbertext& t)
 {
-    for (int i = t.iex; i < t.iueb; ++i) t.append('0');  // of a magnitude below 1
+    for (int i = t.iex; i < t.iueb; ++i) t.append('0');  // zeros in front, below 1
     t.appenddigits(f.k10 + t.iex);
-    if (t.iex < 0 && t.iueb != 0) --t.ip;
+    if (t.iex < 0 && t.iueb != 0) --t.ip;  // the carry takes the place of one of them
     const int mm = t.ip + 1 + std::max(t.iex, 0);
     t.point(mm, f.k10);
     return mm + 1 + f.k10;
@@ -349,7 +347,7 @@ int buildexponent(const numberformat& f, numbertext& t)
     return t.ip + 2 + f.k10 + length;
 }
 
-// Puts the text into its field, or marks it where it is wider.
+// Puts the text into its field, or marks it if it is too wide.
 void place(text<24>& chr, int nn, text<24>& chl, int im)
 {
     if (im <= nn) {
