@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdarg>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -28,7 +29,17 @@
 
 struct stopped {};
 
-[[noreturn]] void stop(const char*, ...) { throw stopped{}; }
+// The message is made up, so that the sanitizers see what it is made of.
+[[noreturn]] void stop(const char* format, ...)
+{
+    char message[8192];
+    va_list values;
+    va_start(values, format);
+    std::vsnprintf(message, sizeof message, format, values);
+    va_end(values);
+    throw stopped{};
+}
+
 [[noreturn]] void refuse(std::string_view, const char*, ...) { throw stopped{}; }
 
 // Takes the place of the C library's: the shell is not started, and only the viewer may be asked

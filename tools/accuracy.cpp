@@ -7,11 +7,8 @@
 // values, which shows what reading between the rows adds. The figures have one home: accuracy.txt,
 // between its two lines of dashes.
 //
-//   accuracy DIRECTORY            prints the figures of the table in DIRECTORY
-//   accuracy DIRECTORY --write    puts them into accuracy.txt there
-//   accuracy DIRECTORY --check    fails where accuracy.txt has others
-//
-// Each fails where an added row is off xraylib.
+//   accuracy DIRECTORY    prints the figures of the table there, and fails where an added row is
+//                         off xraylib
 #include <unistd.h>
 #include <xraylib.h>
 
@@ -20,8 +17,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
@@ -30,14 +25,6 @@
 namespace {
 
 using strings = std::vector<std::string>;
-
-strings readlines(const char* name)
-{
-    strings lines;
-    std::ifstream file(name);
-    for (std::string line; std::getline(file, line);) lines.push_back(line);
-    return lines;
-}
 
 // The rows of one element, by energy in keV.
 struct element {
@@ -214,62 +201,12 @@ int wrongrows()
     return wrong;
 }
 
-// Names the first figure in which a line of the file and a measured one differ.
-int differ(const std::string& stands, const std::string& is)
-{
-    std::istringstream left(stands), right(is);
-    std::string a, b;
-    do {
-        a = b = "";
-        left >> a;
-        right >> b;
-    } while (a == b && !a.empty());
-    const std::string label = (is.empty() ? stands : is).substr(0, 15);
-    return fail("accuracy.txt," + label.substr(0, label.find_last_not_of(' ') + 1) + ": \"" + a +
-                "\" is there, the table gives \"" + b + "\"; --write corrects it");
-}
-
-// Compares the lines between the dashes with the measured ones, or writes them.
-int checkorwrite(const std::filesystem::path& file, const strings& is, bool write)
-{
-    strings page = readlines(file.c_str());
-    const auto dashes = [](const std::string& line) { return line.starts_with(" ----"); };
-    const auto above = std::find_if(page.begin(), page.end(), dashes);
-    const auto below = above == page.end() ? above : std::find_if(above + 1, page.end(), dashes);
-    if (below == page.end()) return fail("accuracy.txt: no two lines of dashes");
-
-    if (write) {
-        page.insert(page.erase(above + 1, below), is.begin(), is.end());
-        std::ofstream to(file);
-        for (const std::string& line : page) to << line << '\n';
-        return to.flush() ? 0 : fail("accuracy.txt cannot be written");
-    }
-    const strings stands(above + 1, below);
-    for (std::size_t k = 0; k < std::max(stands.size(), is.size()); ++k) {
-        const std::string left = k < stands.size() ? stands[k] : "";
-        const std::string right = k < is.size() ? is[k] : "";
-        if (left != right) return differ(left, right);
-    }
-    return 0;
-}
-
 }  // namespace
 
 int main(int argc, char** argv)
 {
-    const std::string what = argc > 2 ? argv[2] : "--print";
-    if (argc < 2 || argc > 3 || (what != "--print" && what != "--write" && what != "--check")) {
-        return fail("give the directory of the tables, then --write, --check or nothing");
-    }
-    if (chdir(argv[1]) < 0 || !std::filesystem::exists("published/attenuation.coefficients")) {
-        return fail(std::string("no tables in ") + argv[1]);
-    }
-    const std::filesystem::path file = std::filesystem::current_path() / "accuracy.txt";
-
+    if (argc != 2 || chdir(argv[1]) < 0) return fail("give the directory of the tables");
     const int wrong = wrongrows();
-    const strings is = figures();
-    if (wrong > 0) return 1;
-    if (what != "--print") return checkorwrite(file, is, what == "--write");
-    for (const std::string& line : is) std::puts(line.c_str());
-    return 0;
+    for (const std::string& line : figures()) std::puts(line.c_str());
+    return wrong > 0;
 }

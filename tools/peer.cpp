@@ -2,9 +2,8 @@
 // tools/peer.cpp: murho compared with xraylib, an independent library.
 //
 // Compares, and fails where they differ: the atoms of formulas, written at random and from a list;
-// symbols, molar weights and densities of the elements;
-// the compositions and densities of the materials that NIST lists; the energies of X-ray lines;
-// mu/rho of all materials at ten energies.
+// symbols, molar weights and densities of the elements; the compositions and densities of the
+// materials that NIST lists; the energies of X-ray lines; mu/rho of all materials at ten energies.
 //
 //   peer DIRECTORY    of the tables
 #include <unistd.h>
