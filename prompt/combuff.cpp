@@ -157,32 +157,6 @@ void recordanswer(const question& q, std::string_view answer)
     if (q.recorded()) writerecord(nscript, {q.shown(), q.bracket(), answer, "]"});
 }
 
-}  // namespace
-
-void yesno(text<132>& querytype, text<1>& ch1, text<132>& chcom, std::int32_t ncol,
-           std::int32_t nrd, std::int32_t nwr)
-{
-    question q{kind::yesno, querytype, chcom, nrd, nwr};
-    openquestion(q, ncol);
-    text<132> ch132;
-    if (readscript(q, ch132)) {
-        ch1 = ch132(2, 132).find("[y]") != std::string_view::npos ? "y" : "n";
-        return;
-    }
-    for (;;) {
-        const meaning found = ask(q, ch1.all(), ch132);
-        if (found == meaning::accepted) return recordanswer(q, ch1.all());
-        if (found == meaning::quit) {
-            ch1 = "*";
-            return;
-        }
-        if (ch132(1) == 'n' || ch132(1) == 'y') ch1(1) = ch132(1);
-        redraw(q, q.ld);
-    }
-}
-
-namespace {
-
 // A number as shown in its format, and read back from that.
 struct shownvalue {
     text<24> chl;
@@ -212,15 +186,60 @@ float firstnumber(const text<132>& ch, int width)
 // count. Both bounds are meant so.
 float replayedvalue(const text<132>& line)
 {
-    int close = 80;
-    while (close > 0 && line(close) != ']') --close;
-    int open = close - 1;
-    while (open > 0 && line(open) != '[') --open;
-    if (open < 1) stop("script file: no value in brackets in \"%.80s\"", line.ch);
-    return firstnumber(text<132>(line(open + 1, close - 1)), 16);
+    const std::string_view columns = line(1, 80);
+    const std::size_t close = columns.rfind(']');
+    const std::size_t open = columns.substr(0, close).rfind('[');
+    if (close == columns.npos || open == columns.npos) {
+        stop("script file: no value in brackets in \"%.80s\"", line.ch);
+    }
+    return firstnumber(text<132>(without(columns.substr(0, close), open + 1)), 16);
+}
+
+// The default that is accepted by an empty answer: its text, at most 80 characters, at least one.
+struct storedtext {
+    text<80> chstore;
+    int ls;
+
+    explicit storedtext(text<132>& chstr)  // left-justifies `chstr`
+    {
+        stringlength(chstr, ls);
+        chstore = text<80>(chstr.all());
+        ls = std::clamp(ls, 1, 80);
+    }
+    std::string_view view() const { return chstore(1, ls); }
+};
+
+// The `ls` characters after the first "[" of a script line, or its first ones. The length is that of
+// the default, by design: a longer recorded answer is cut, a shorter one brings along what follows.
+text<132> replayedtext(const text<132>& line, int ls)
+{
+    const std::string_view answer = without(line.all(), line.all().find('[') + 1);  // npos + 1 is 0
+    return text<132>(answer.substr(0, static_cast<std::size_t>(ls)));
 }
 
 }  // namespace
+
+void yesno(text<132>& querytype, text<1>& ch1, text<132>& chcom, std::int32_t ncol,
+           std::int32_t nrd, std::int32_t nwr)
+{
+    question q{kind::yesno, querytype, chcom, nrd, nwr};
+    openquestion(q, ncol);
+    text<132> ch132;
+    if (readscript(q, ch132)) {
+        ch1 = ch132(2, 132).find("[y]") != std::string_view::npos ? "y" : "n";
+        return;
+    }
+    for (;;) {
+        const meaning found = ask(q, ch1.all(), ch132);
+        if (found == meaning::accepted) return recordanswer(q, ch1.all());
+        if (found == meaning::quit) {
+            ch1 = "*";
+            return;
+        }
+        if (ch132(1) == 'n' || ch132(1) == 'y') ch1(1) = ch132(1);
+        redraw(q, q.ld);
+    }
+}
 
 void askvalue(text<132>& querytype, text<7>& form, float& value, text<132>& chcom,
               std::int32_t ncol, std::int32_t nrd, std::int32_t nwr)
@@ -250,33 +269,6 @@ void askvalue(text<132>& querytype, text<7>& form, float& value, text<132>& chco
         redraw(q, q.ld);
     }
 }
-
-namespace {
-
-// The default that is accepted by an empty answer: its text, at most 80 characters, at least one.
-struct storedtext {
-    text<80> chstore;
-    int ls;
-
-    explicit storedtext(text<132>& chstr)  // left-justifies `chstr`
-    {
-        stringlength(chstr, ls);
-        chstore = text<80>(chstr.all());
-        ls = std::clamp(ls, 1, 80);
-    }
-    std::string_view view() const { return chstore(1, ls); }
-};
-
-// The `ls` characters after the first "[" of a script line. The length is that of the default, by
-// design: a longer recorded answer is cut, a shorter one brings along what follows it.
-text<132> replayedtext(const text<132>& line, int ls)
-{
-    const std::size_t bracket = line.all().find('[');
-    const int i = bracket == std::string_view::npos ? 1 : static_cast<int>(bracket) + 2;
-    return text<132>(line(i, std::min(i + ls - 1, 132)));
-}
-
-}  // namespace
 
 void askstring(text<132>& querytype, text<132>& chstr, text<132>& chcom, std::int32_t ncol,
                std::int32_t nrd, std::int32_t nwr)

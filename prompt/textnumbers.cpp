@@ -147,21 +147,6 @@ struct numberscan {
     }
 };
 
-enum class eletter { exponent, skipped, ordinary };
-
-// What an "e" means after these columns. With a point in the digits before it, it announces an
-// exponent; after digits without one it is passed over, so that " 12e3" reads as 123; after digits
-// that start the text it is like any other letter, so that "12e3" reads as 12 and 3. All three
-// readings are required.
-eletter emeaning(std::string_view before)
-{
-    for (; !before.empty(); before.remove_suffix(1)) {
-        if (before.back() == '.') return eletter::exponent;
-        if (!isdecimal(before.back())) return eletter::skipped;
-    }
-    return eletter::ordinary;
-}
-
 // Takes the character in column k; k steps back when it is to be seen again. False to stop.
 bool scancolumn(numberscan& s, std::string_view columns, int& k)
 {
@@ -172,9 +157,13 @@ bool scancolumn(numberscan& s, std::string_view columns, int& k)
     }
     if (c == 'e' || c == 'E') {
         if (s.nex == 1) return s.store(k);
-        const eletter e = emeaning(columns.substr(0, static_cast<std::size_t>(k - 1)));
-        if (e == eletter::skipped) return true;
-        if (e == eletter::exponent) {
+        // With a point in the digits before it, an "e" announces an exponent; after digits without
+        // one it is passed over, so that " 12e3" reads as 123; after digits that start the text it
+        // is like any other letter, so that "12e3" reads as 12 and 3. All three are required.
+        const std::string_view before = columns.substr(0, static_cast<std::size_t>(k - 1));
+        const std::size_t other = before.find_last_not_of("0123456789");
+        if (other != before.npos && before[other] != '.') return true;
+        if (other != before.npos) {
             s.nex = -1;
             return s.store(k);
         }
