@@ -82,7 +82,7 @@ int readgroup(const text<132>& w, text<2>& symbol, std::int32_t& n)
 
 // How to write a formula such as "H2O" or "Fe_12O_19" here; blank if that cannot be said, or takes
 // more groups than a formula may have.
-text<132> suggestion(std::string_view formula, const dim<text<2>, 1, 82>& es)
+text<132> suggestion(std::string_view formula, const dim<text<2>, 1, lead>& es)
 {
     atoms found;
     if (readformula(formula, es.item, found).what) return {};
@@ -103,7 +103,7 @@ text<132> suggestion(std::string_view formula, const dim<text<2>, 1, 82>& es)
 
 }  // namespace
 
-void contentformula(const text<132>& formula, const dim<text<2>, 1, 82>& es, std::int32_t& j,
+void contentformula(const text<132>& formula, const dim<text<2>, 1, lead>& es, std::int32_t& j,
                     dim<std::int32_t, 1, 12>& indx, dim<std::int32_t, 1, 12>& mult)
 {
     int position = 1;  // of the next group
@@ -128,7 +128,7 @@ void contentformula(const text<132>& formula, const dim<text<2>, 1, 82>& es, std
 
 void atcoefficient(std::int32_t input, std::int32_t output, std::int32_t j,
                    const dim<std::int32_t, 1, 12>& indx, const dim<std::int32_t, 1, 12>& mult,
-                   const dim<text<12>, 1, 82>& ename, const dim<float, 1, 82>& emolweight,
+                   const dim<text<12>, 1, lead>& ename, const dim<float, 1, lead>& emolweight,
                    float& value, float& atc)
 {
     text<132> querytype("Photon energy in keV"), chcom("read/energy");
@@ -141,15 +141,17 @@ void atcoefficient(std::int32_t input, std::int32_t output, std::int32_t j,
     for (int i = 1; i <= j; ++i) {
         const text<12>& name = ename(indx(i));
         if (name.length() > 11) {  // the search reads 12 columns of a line, the first one unused
-            stop("%s: the name \"%.12s\" is longer than the 11 characters that compounds allow",
-                 elementtable, name.ch);
+            stop(
+                "%s: line %d: the name \"%.12s\" is longer than the 11 characters that compounds "
+                "allow",
+                elementtable, indx(i), name.ch);
         }
         findblock(name);
         attenuation(value, a(i));
         c.add(indx(i), static_cast<float>(mult(i)) * emolweight(indx(i)));
     }
     atc = mixture(c, a);
-    if (!std::isfinite(atc)) stop("the formula gives no finite molar mass");
+    if (!std::isfinite(atc)) stop("the molar mass of the formula is 0 or too large");
 }
 
 // Densities.
@@ -178,7 +180,7 @@ enum class route { element, symbol, compound, formula, twolines };  // to mu/rho
 // An absorber: what is given, then what the answers add.
 struct absorber {
     std::string_view entry, help;  // text and help key in the menu
-    route to;                      // the questions asked
+    route asks;                    // the questions
     std::string_view name;         // of the block, for a given element
     float value;                   // energy offered, then accepted, keV
     std::string_view form;         // in which it is shown
@@ -189,6 +191,11 @@ struct absorber {
     float atc1 = 0.0f, atc2 = 0.0f;  // the same at the two lines of 57Co
     float thick = 0.0f;              // areal density, g/cm2
 };
+
+// The two gamma lines of 57Co in keV, and their weights. The labels on the screen round the
+// energies; these are in use.
+constexpr float energy1 = 122.01f, weight1 = 0.889f;
+constexpr float energy2 = 136.46f, weight2 = 0.111f;
 
 // clang-format off
 const absorber absorbers[] = {
@@ -207,16 +214,12 @@ const absorber absorbers[] = {
     {"9 FAS", "read/fas", route::compound, "", 14.4f, "f8.2", 1.86f,
      5, {{7, 1, 26, 16, 8}}, {{2, 20, 1, 2, 14}}},
     {"10 compound", "read/compound", route::formula, "", 14.4f, "f8.2", 0.0f},
-    {"11 0.111(136.5keV), 0.889(122.0keV)", "read/bgco57", route::twolines, "", 122.01f, "f8.2",
+    {"11 0.111(136.5keV), 0.889(122.0keV)", "read/bgco57", route::twolines, "", energy1, "f8.2",
      1.86f},
 };
 // clang-format on
 
-// The two gamma lines of 57Co, the first with the energy above, in keV. The labels on the screen
-// round the energies; these are in use.
-constexpr float weight1 = 0.889f, weight2 = 0.111f, energy2 = 136.46f;
-
-void startup(elementlist<82>& elements)
+void startup(elementlist<lead>& elements)
 {
     writepart(nwr,
               "\n"
@@ -281,12 +284,14 @@ void printcoefficient(const absorber& a, int width)
                       fixedpoint(a.density * a.atc / 10.0f, width, 3), " [mm^-1]\n"});
 }
 
-text<12> askelement(const elementlist<82>& elements)
+text<12> askelement(const elementlist<lead>& elements)
 {
     const text<132> chin = promptstring("symbol for the element", "Cu", "read/element");
-    const int i = findsymbol(elements.es.item, text<2>(chin.all()));
+    const text<2> symbol(chin.all());
+    const int i = findsymbol(elements.es.item, symbol);
     if (i > 0) return elements.ename(i);
-    stop("%s: no element from hydrogen to lead has the symbol \"%.2s\"", elementtable, chin.ch);
+    stop("%s: no element from hydrogen to lead has the symbol \"%s\"", elementtable,
+         cstring(symbol.trimmed()).ch);
 }
 
 void elementpath(absorber& a, const text<12>& name)
@@ -299,12 +304,14 @@ void elementpath(absorber& a, const text<12>& name)
 }
 
 // Asks for the energy and gives mu/rho of a compound there.
-void compoundcoefficient(const elementlist<82>& elements, absorber& a, float& atc)
+float compoundcoefficient(const elementlist<lead>& elements, absorber& a)
 {
+    float atc = 0.0f;
     atcoefficient(nrd, nwr, a.j, a.indx, a.mult, elements.ename, elements.emolweight, a.value, atc);
+    return atc;
 }
 
-void askcompound(const elementlist<82>& elements, absorber& a)
+void askcompound(const elementlist<lead>& elements, absorber& a)
 {
     const text<132> chin =
         promptstring("formula of the compound", "N_2H_8Fe_1S_2O_8H_12O_6", "read/compound");
@@ -312,20 +319,20 @@ void askcompound(const elementlist<82>& elements, absorber& a)
     contentformula(chin, elements.es, a.j, a.indx, a.mult);
 }
 
-void setupabsorber(const elementlist<82>& elements, absorber& a)
+void setupabsorber(const elementlist<lead>& elements, absorber& a)
 {
-    switch (a.to) {
+    switch (a.asks) {
         case route::element: return elementpath(a, text<12>(a.name));
         case route::symbol: return elementpath(a, askelement(elements));
         case route::formula: askcompound(elements, a); [[fallthrough]];
         case route::compound:
-            compoundcoefficient(elements, a, a.atc);
+            a.atc = compoundcoefficient(elements, a);
             return printcoefficient(a, 6);
         case route::twolines:
             askcompound(elements, a);
-            compoundcoefficient(elements, a, a.atc1);
+            a.atc1 = compoundcoefficient(elements, a);
             a.value = energy2;
-            compoundcoefficient(elements, a, a.atc2);
+            a.atc2 = compoundcoefficient(elements, a);
     }
 }
 
@@ -360,7 +367,7 @@ void printtransmission(const absorber& a)
 {
     writerecord(nwr, {"\n\n       mg/cm2=", fixedpoint(1000.0f * a.thick, 10, 2)});
     float trm = transmitted(a.atc * a.thick);
-    if (a.to == route::twolines) {
+    if (a.asks == route::twolines) {
         const float depth1 = a.atc1 * a.thick, depth2 = a.atc2 * a.thick;
         trm = weight1 * transmitted(depth1) + weight2 * transmitted(depth2);
         writerecord(nwr,
@@ -381,7 +388,7 @@ bool askagain()
 
 void dialogue()
 {
-    elementlist<82> elements;
+    elementlist<lead> elements;
     startup(elements);
     absorber a = chooseabsorber();
     setupabsorber(elements, a);

@@ -10,7 +10,7 @@
 #include "calc/tables.h"
 
 /// Mass attenuation coefficient of one element at one energy, from the block that `findblock` has
-/// found.
+/// found. Closes the table.
 ///   energy  in   keV; usable from the block's second energy up to, not including, its last but one
 ///   atc     out  mu/rho, cm2/g
 void attenuation(float energy, float& atc);
@@ -23,7 +23,7 @@ void attenuation(float energy, float& atc);
 ///   es          in   the element symbols; a one-letter symbol has a blank after it
 ///   j           out  number of groups, 1..12
 ///   indx, mult  out  element number and atom count of each group
-void contentformula(const text<132>& formula, const dim<text<2>, 1, 82>& es, std::int32_t& j,
+void contentformula(const text<132>& formula, const dim<text<2>, 1, lead>& es, std::int32_t& j,
                     dim<std::int32_t, 1, 12>& indx, dim<std::int32_t, 1, 12>& mult);
 
 /// Asks for the photon energy and gives mu/rho of a compound: the sum of its elements' coefficients
@@ -36,7 +36,7 @@ void contentformula(const text<132>& formula, const dim<text<2>, 1, 82>& es, std
 ///   atc            out     mu/rho, cm2/g
 void atcoefficient(std::int32_t input, std::int32_t output, std::int32_t j,
                    const dim<std::int32_t, 1, 12>& indx, const dim<std::int32_t, 1, 12>& mult,
-                   const dim<text<12>, 1, 82>& ename, const dim<float, 1, 82>& emolweight,
+                   const dim<text<12>, 1, lead>& ename, const dim<float, 1, lead>& emolweight,
                    float& value, float& atc);
 
 /// Density in g/cm3 of a solid element, atomic number `nz`, from "dichte.dat": the user chooses one

@@ -32,7 +32,7 @@ bool readdigits(std::string_view word, int points, double& number)
 
 // Reads a number in a field of at most 11 columns: blanks around it do not matter, a blank field is
 // 0, a point left out belongs before the last `decimals` digits, the exponent has the letter E or
-// D. False for anything else. Rounded once, as digits and powers of ten up to 10^22 are exact.
+// D. False for anything else. Rounded only once: digits and powers of ten up to 10^22 are exact.
 bool readfield(std::string_view field, int decimals, double& value)
 {
     field = stripped(field);
@@ -71,8 +71,8 @@ std::string_view wordaround(std::string_view line, int i, int j, char end)
 }
 
 // The first number in columns i to j of a line, of which `trlch` reads n_ch; 0 if there is no
-// digit. Not a number where it says something else than it would be read as: "7,874" as 7, or a
-// number that the columns cut. What follows in brackets, as in "55.845(2)", does not matter.
+// digit. NaN where the text says another number than the one read: "7,874" would be 7, and
+// columns may cut a number. What follows in brackets, as in "55.845(2)", does not matter.
 template <int n>
 float firstnumber(const text<n>& line, int i, int j, int n_ch)
 {
@@ -95,12 +95,15 @@ std::int32_t readinteger(const text<n>& line, int i)
     return number;
 }
 
-// True if these columns say just that: digits set off by blanks, which do not go on beyond them.
+// True if the eight columns from i on say `number`: digits, set off by blanks, that the columns do
+// not cut.
 template <int n>
 bool saysinteger(const text<n>& line, int i, std::int32_t number)
 {
     double said = 0.0;
-    const bool cut = isdecimal(line(i + 7)) && (isdecimal(line(i + 8)) || line(i + 8) == '.');
+    const auto isdigit = [&line](int k) { return k > 0 && (isdecimal(line(k)) || line(k) == '.'); };
+    const bool cut =
+        (isdigit(i - 1) && isdecimal(line(i))) || (isdecimal(line(i + 7)) && isdigit(i + 8));
     return readdigits(wordaround(line(i, i + 7), 1, 8, ' '), 0, said) && said == number && !cut;
 }
 
@@ -146,14 +149,15 @@ void checkrow(const tablerows& t, int i, const text<80>& line)
     const bool pair = i > 1 && t.xi(i) == before && !(i > 2 && t.xi(i - 2) == before);
     bool outside = startsbefore(line);
     for (const int column : {15, 16, 26, 27}) outside = outside || isdecimal(line(column));
+    refuseif(outside, "a row of %s has numbers outside their columns");
     refuseif(t.yi(i) <= 0.0, "mu/rho of %s is not above 0");
     refuseif(t.xi(i) <= before && !pair, "the energies of %s do not ascend");
     refuseif(pair && t.yi(i) <= t.yi(i - 1), "mu/rho of %s does not rise at this edge");
     refuseif(line(37, 80) != blanks(44), "text after column 36 of a row of %s");
-    refuseif(outside, "a row of %s has numbers outside their columns");
 }
 
-// A blank line ends the rows. Rows after it would be lost, and nobody would see it.
+// A blank line ends the rows. Rows after it would be lost, and nobody would see it. Any other line
+// has failed as a row already.
 void checkblank(text<80>& line)
 {
     double x = 0.0, y = 0.0;
@@ -316,7 +320,6 @@ int findsymbol(std::span<const text<2>> symbols, const text<2>& symbol)
 
 int readelements(std::span<text<2>> es, std::span<text<12>> ename, std::span<float> emolweight)
 {
-    constexpr int lead = 82;
     infile file;
     file.opentable(elementtable);
     text<80> line;

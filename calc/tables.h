@@ -16,7 +16,8 @@ constexpr const char* coefficienttable = "attenuation.coefficients";
 constexpr const char* elementtable = "elements.dat";
 constexpr const char* densitytable = "dichte.dat";
 
-constexpr int uranium = 92;  // the last element of the tables; the dialogue ends at lead, 82
+constexpr int lead = 82;     // the last element of the dialogue
+constexpr int uranium = 92;  // the last element of the tables
 
 /// "attenuation.coefficients" while it is being read: found by `findblock`, read on by `readblock`.
 extern infile coefficients;
@@ -78,8 +79,8 @@ float mixture(const compound& c, const dim<float, 1, uranium>& a);
 /// size; lines beyond it are not read.
 int readelements(std::span<text<2>> es, std::span<text<12>> ename, std::span<float> emolweight);
 
-/// The first `most` elements of "elements.dat", 82 or more; the line number is the element's number
-/// everywhere.
+/// The first `most` elements of "elements.dat", `lead` or more; the line number is the element's
+/// number everywhere.
 template <int most>
 struct elementlist {
     int n = 0;                       // their count

@@ -129,7 +129,7 @@ void fuzzdensities(bytes input)
 void fuzzelements(bytes input)
 {
     table.put(input);
-    static elementlist<82> list;
+    static elementlist<lead> list;
     list.read();
     for (float weight : list.emolweight.item) {
         if (!std::isfinite(weight) || weight <= 0.0f) abort();
@@ -147,7 +147,7 @@ void fuzzhelpfile(bytes input)
 
 void fuzzformula(bytes input)
 {
-    static elementlist<82> list;
+    static elementlist<lead> list;
     if (list.emolweight(1) == 0.0f) list.read();
     keys.put("\n");
     dim<std::int32_t, 1, 12> indx, mult;

@@ -167,6 +167,9 @@ text<80> recapitalised(std::string_view formula)
     for (int i = 1; i <= 80; ++i) {
         int n = 0;
         while (i + n <= 80 && isletter(better(i + n))) ++n;
+        // One capital and one small letter are meant as a symbol: Pu is not PU.
+        const bool symbol = n == 2 && better(i) <= 'Z' && better(i + 1) >= 'a';
+        if (symbol && findsymbol(elements().symbols(), text<2>(better(i, i + 1))) == 0) return {};
         if (n > 12 || !capitalise(&better(i), static_cast<std::size_t>(n))) return {};
         i += n;
     }
@@ -212,7 +215,9 @@ void takeformula(std::string_view typed, absorber& a)
     if (fault.what) {
         const text<80> better = suggestion(a.label);
         if (fault.position == 1 && better.blank()) {
-            refuse(typed, "expected a formula such as Fe2O3, a name (--list) or an energy");
+            refuse(typed,
+                   "expected a formula such as Fe2O3 (hydrogen to uranium), a name (--list) or an "
+                   "energy");
         }
         refuse(typed, "position %d: %s%s%s%s", fault.position, fault.what,
                better.blank() ? "" : "; did you mean ", cstring(better.trimmed()).ch,
@@ -250,9 +255,9 @@ void takethickness(std::string_view typed, absorber& a)
            "or g/cm2");
 }
 
-// mu/rho of an element. The search in 32 bits may put an energy on the wrong side of a row beside
-// it. That matters at an edge and at the first usable row: there the value is that of the row. Only
-// for an edge's own energy, typed, the search decides on the side, as it does in the dialogue.
+// mu/rho of an element. The search in 32 bits can put an energy that is very close to a row on its
+// wrong side. At an edge, and at the first usable row, the row's own value is used then. An edge's
+// own energy, when typed, goes to the side where the search puts it, as in the dialogue.
 float elementattenuation(const tablerows& rows, const photon& p)
 {
     const auto keV = static_cast<float>(p.keV);
@@ -265,7 +270,7 @@ float elementattenuation(const tablerows& rows, const photon& p)
         const double off = p.keV / (1000.0 * rows.xi(i)) - 1.0;
         const bool same = std::fabs(off) < 1e-12;  // the row's own energy: 64 bits round, too
         if (edge && !same && below != (off < 0.0)) return at(below ? i + 1 : i);
-        if (i == 2 && same && below) return at(i);
+        if (i == 2 && below && (same || off > 0.0)) return at(i);
     }
     return coefficient(rows, keV);
 }

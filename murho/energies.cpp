@@ -17,7 +17,7 @@ constexpr double highest = 1e9;  // keV: far beyond any table, and finite in 32 
 
 void add(energylist& list, const photon& p)
 {
-    if (list.n == list.most) refuse("", "more than %d energies", list.most);
+    if (list.n == list.most) refuse(list.typed, "more than %d energies", list.most);
     list.item(++list.n) = p;
 }
 
@@ -100,6 +100,7 @@ bool isenergy(std::string_view typed)
 
 void readenergies(std::string_view typed, std::span<const absorber> absorbers, energylist& list)
 {
+    list.typed = typed;
     const std::size_t one = std::min(typed.find(':'), typed.size());
     const double from = readenergy(typed, typed.substr(0, one));
     if (one == typed.size()) return add(list, {from});

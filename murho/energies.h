@@ -10,6 +10,7 @@
 /// The energies of one call, in order.
 struct energylist {
     static constexpr int most = 100000;
+    std::string_view typed;  // the word being read, for messages
     int n = 0;
     dim<photon, 1, most> item;
 };

@@ -18,7 +18,7 @@ void coefficient(float energy)
 // Tells mu/rho of a compound, or without an energy the groups of its formula.
 void ofcompound(const std::string& formula, float value)
 {
-    elementlist<82> list;
+    elementlist<lead> list;
     std::int32_t j = 0;
     dim<std::int32_t, 1, 12> indx, mult;
     list.read();
