@@ -34,7 +34,6 @@ struct display {
 
     infile file;
     text<132> key;         // with its "/"
-    int page = 1;          // rows of a page
     text<80> line;         // read last; "/" at the end of the file, which ends a text, too
     bool starred = false;  // the key ended in "*"
 
@@ -48,8 +47,8 @@ struct display {
 
 constexpr int circlebound = 100;  // continuations from entry to entry before one is given up
 
-// Writes a line with a text from a file. The text has at most 132 characters, and a control
-// character takes two columns.
+// Writes a line around a text of at most 132 characters from a file; a control character is shown
+// as two, hence 264.
 void writeprintable(std::string_view before, std::string_view from, std::string_view after)
 {
     const printable<264> shown(from);
@@ -110,12 +109,21 @@ void pause(display& d, bool follows)
     text<80> answer;
     if (!readrecord(ninput, answer)) stop("end of input at a page of the help text");
     if (endedinplace()) writerecord(noutput, {" "});
+    window(1);  // it may have another size by now
     cursorup(noutput, escape::up2);
     if (tells) {
         writerecord(noutput, {blanks(static_cast<int>(hint.size()))});
         cursorup(noutput, escape::up2);
     }
-    if (answer(1) == 'q' || answer(1) == '*') d.depth = 0;  // the next menu is a first level
+    // The next menu is a first level; nothing uses the levels before it.
+    if (answer(1) == 'q' || answer(1) == '*') d.depth = 0;
+}
+
+// Rows of a page.
+int pagerows()
+{
+    const int rows = term.nrows(1) > 0 ? term.nrows(1) : 24;  // 0: the terminal does not know
+    return std::max(rows - 1, 1);
 }
 
 // Shows lines of the text until the page is full, counted in rows of the screen, or the text ends.
@@ -125,13 +133,13 @@ bool showpage(display& d)
     int rows = 0;
     while (d.line(1) != '/') {
         const int needed = screenlines(d.line.length());
-        if (rows > 0 && rows + needed > d.page) return true;
+        if (rows > 0 && rows + needed > pagerows()) return true;
         if (d.line(1) == '\\') showmarkup(d);
         else writeprintable("", d.line.trimmed(), "");
         rows += needed;
         nextline(d);
     }
-    return rows >= d.page;
+    return rows >= pagerows();
 }
 
 // Shows the text after the header page by page, with a pause after each. The line that ends it is
@@ -140,7 +148,7 @@ bool showpage(display& d)
 bool showtext(display& d)
 {
     nextline(d);
-    bool full = true;
+    bool full = true;  // also before the first page
     while (full && d.line(1) != '/') {
         full = showpage(d);
         pause(d, full && (d.line(1) != '/' || d.line.begins("/>")));
@@ -251,7 +259,7 @@ void startviewer(const display& d)
 {
     // The name may be that of a "details" line, without the "&" that keeps the dialogue going.
     const std::string_view target = d.target.trimmed();
-    const text<132> command = joined({target, target.ends_with('&') ? "" : " &"});
+    const text<132> command = joined({target, target.ends_with('&') ? "" : " &"}, true);
     viewdvi(cstring(command.trimmed()));
 }
 
@@ -305,8 +313,6 @@ void helproutine(const text<132>& chcom, const text<132>& helpfile)
     cmpa.nwrwin = noutput;
     window(1);
     display d;
-    const int rows = term.nrows(1) > 0 ? term.nrows(1) : 24;  // 0: the terminal does not know
-    d.page = std::max(rows - 1, 1);
     d.key = chcom;
     if (!d.file.open(cstring(helpfile.trimmed())) || d.key.blank()) {
         return writerecord(noutput, {"entry of helpfile  could not be identified"});
@@ -319,7 +325,7 @@ void helproutine(const text<132>& chcom, const text<132>& helpfile)
     if (d.starred) d.key(lc) = ' ';
 
     // All of the caller's entries are saved: a menu of related entries may be long, and help may be
-    // asked for inside it. After a failure they stay lost, as required.
+    // asked for inside it. After the message about the fifth level they stay lost, on purpose.
     const auto queryar = scrd.queryar;
     if (walk(d)) scrd.queryar = queryar;
 }

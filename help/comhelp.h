@@ -32,11 +32,12 @@ void menuentry(int k, std::string_view entry, std::string_view key);
 ///
 ///   lq       in/out  number of entries, 0..64, else it stops; out the number of the chosen entry,
 ///                    0 if cancelled or nothing was highlighted; unchanged if only drawn
-///   lk       out     the number of entries if `chdf` is blank, 0 if an entry was chosen or the
-///                    menu cancelled, else left alone
+///   lk       out     the number of entries if `chdf` is blank, 0 if the menu was answered or took
+///                    its single entry; left alone by a replay with a default
 ///   cheader  in/out  title, columns 1..130; column 131 "g": the default is accepted without a key;
 ///                    column 132 "w": menu and choice are recorded on the script file, "r":
-///                    replayed from it, "l": as wide as the terminal. Column 132 is blanked.
+///                    replayed from it, "l": as wide as the terminal. Column 132 is blanked, and
+///                    what is beyond the terminal width.
 ///   chdf     in/out  default: the text looked for first, columns 1..79, blank to draw the menu
 ///                    only; column 80 "#": entries in equal columns. Out: text of the chosen entry,
 ///                    and in column 80 the count of lines written, as the character of code

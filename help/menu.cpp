@@ -134,7 +134,7 @@ void flowinglayout(menu& m)
             if (m.iz < 64) scrd.laenge(m.iz + 1) = width;
             nextrow(m, 1);
         } else if (used + width + 6 > m.npx) {
-            used = width + 4;  // not 6: the first cell of such a row counts less. Meant so.
+            used = width + 4;  // not 6, on purpose: such a row takes 2 columns more
             nextrow(m, 1);
         } else {
             used += width + 6;
@@ -212,8 +212,9 @@ int textwidth(int k) { return std::min(scrd.lw(k) + scrd.ld(k) + (scrd.ld(k) > 0
 // A row of the menu; an empty one has its last entry before the first.
 struct menurow {
     int first = 1, last = 0, count = 0;
-    bool wide = false;  // a single entry too wide for one line,
-    int broken;         // broken after this column of its cell, and never in its control sequence
+    bool wide = false;  // a single entry too wide for one line
+    int broken;         // a wide row goes on in the next line after this column of its cell; at
+                        // least 5, so that the control sequence stays whole
     int lines = 0;      // of the screen
 };
 
@@ -226,12 +227,12 @@ int cellsperline(int count) { return count < 10 ? count : count / 10; }
 // the terminal goes to a line of its own.
 int lastbeside(const menurow& row, int k)
 {
-    const int sequence = static_cast<int>(escape::normal.size());
+    const auto width = [](int cell) {  // a cell holds no more than 132 characters
+        return std::min(scrd.laenge(cell), 132) - static_cast<int>(escape::normal.size());
+    };
     const int last = std::min(k + cellsperline(row.count) - 1, row.last);
-    int used = scrd.laenge(k) - sequence;
-    while (k < last && used + textwidth(k + 1) <= term.ncol(1)) {
-        used += scrd.laenge(++k) - sequence;
-    }
+    int used = width(k);
+    while (k < last && used + textwidth(k + 1) <= term.ncol(1)) used += width(++k);
     return k;
 }
 
@@ -298,7 +299,7 @@ int drawrows(const menu& m, int unit)
         lines += row.lines;
         if (row.wide) return drawwide(unit, row);
         if (row.count == 0) writerecord(unit, {});
-        for (int k = row.first; k <= row.last; ++k) k = drawline(unit, row, k);
+        for (int k = row.first; k <= row.last;) k = drawline(unit, row, k) + 1;
     });
     return lines;
 }
@@ -330,7 +331,7 @@ void noteresize(menu& m)
 {
     int rows = 0, columns = 0;
     sizenow(rows, columns);
-    if (columns >= term.ncol(1)) return;
+    if (!isatty(STDIN_FILENO) || columns >= term.ncol(1)) return;
     window(1);
     m.afresh = true;
 }
@@ -470,7 +471,7 @@ step selectentry(menu& m)
 void menuentry(int k, std::string_view entry, std::string_view key)
 {
     scrd.queryar(k) = text<132>(printable<132>(entry).view());
-    scrd.helpar(k) = text<132>(key);  // made first, as the key may lie in the record itself
+    scrd.helpar(k) = text<132>(key);  // a copy first: `key` may be a view of this field
     scrd.ext(k) = text<16>();
 }
 
