@@ -17,11 +17,12 @@ std::FILE* scriptstream = nullptr;  // channel 10
 
 char collected[32768];  // output: what is written already, then what is not; room for any menu
 std::size_t ncollected = 0;
-// Read by a signal handler.
+// Atomic, because a signal handler uses them.
 std::atomic<std::size_t> nwritten = 0;
 std::atomic<std::size_t> keptfrom = 0;  // what is shown again after a stop begins here
+std::atomic<bool> again = false;        // it has been shown
 
-int heldbyte = -1;   // of standard input, read while looking after a carriage return
+int heldbyte = -1;   // of standard input, read ahead after a carriage return
 long taken = 0;      // bytes of standard input handed out
 bool ended = false;  // at the last read
 
@@ -101,15 +102,17 @@ void keepfromhere()
     keptfrom = ncollected;
 }
 
-extern "C" void showkept(int)
+void showkept()
 {
-    const int error = errno;
     const std::size_t from = keptfrom, to = nwritten;
-    if (from < to && tcgetpgrp(STDOUT_FILENO) == getpgrp()) {
+    pollfd ready{STDOUT_FILENO, POLLOUT, 0};  // not where Ctrl-S holds it: the handler would wait
+    if (from < to && tcgetpgrp(STDOUT_FILENO) == getpgrp() && poll(&ready, 1, 0) > 0) {
         [[maybe_unused]] const ssize_t count = write(STDOUT_FILENO, collected + from, to - from);
+        again = true;
     }
-    errno = error;
 }
+
+bool shownagain() { return again.exchange(false); }
 
 void connectscript(std::FILE* stream) { scriptstream = stream; }
 

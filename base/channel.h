@@ -25,16 +25,21 @@ void openchannels();
 /// Writes out all collected output; ends the program if standard output cannot take it.
 void flushoutput();
 
-/// The same, but false in place of an end, with the reason in `errno`.
+/// The same, but returns false where `flushoutput` would end the program; `errno` tells why, and the
+/// rest is dropped.
 bool tryflush();
 
-/// What is written from here on is shown again when the program goes on after a stop: until it is
-/// called again it must not take the cursor up to what was written before.
+/// Marks this place: after a stop, what was written from here on is shown again (of more than 32 kB
+/// the last part only). Until the next mark the output must not take the cursor above this place.
+/// May write out the output.
 void keepfromhere();
 
-/// Handles the signal after a stop: writes once more what is kept, if standard output is the
-/// terminal and this program has it.
-extern "C" void showkept(int signal);
+/// For the handler of the signal after a stop: writes once more what is kept, if standard output is
+/// the terminal and this program has it.
+void showkept();
+
+/// True once after `showkept` has written: what a line editor shows is then missing below it.
+bool shownagain();
 
 /// Connects the script file: a stream open for reading, writing or both; nullptr disconnects.
 /// The caller keeps the stream and closes it.

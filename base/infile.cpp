@@ -40,8 +40,10 @@ void infile::opentable(const char* filename, bool own)
     char path[PATH_MAX];
     if (!shipped) directory = getcwd(path, sizeof path);
     const bool hint = error == ENOENT && !shipped;
-    stop("%s: cannot be read in %s: %s%s", filename, directory ? directory : "this directory",
-         std::strerror(error), hint ? "; use ./run, or start in data/" : "");
+    stop("%s: cannot be read in %.*s: %s%s", filename, PATH_MAX,
+         directory ? directory : "this directory",
+         error == EINVAL ? "not a regular file" : std::strerror(error),
+         hint ? "; use ./run, or start in data/" : "");
 }
 
 void infile::close()
@@ -71,7 +73,7 @@ bool infile::next(std::span<char> record)
     return fillrecord(record, [this] {
         if (at == filled && !fill()) return std::string_view();
         const std::string_view rest(block + at, filled - at);
-        const std::string_view part =
+        const std::string_view part =  // up to and with the line feed, or all
             rest.substr(0, std::min(rest.find('\n'), rest.size() - 1) + 1);
         at += part.size();
         return part;
@@ -95,10 +97,11 @@ bool infile::nextwith(std::string_view wanted)
 long infile::lineno() const
 {
     infile again;
-    again.fd = dup(fd);
+    again.fd = fd;  // of which reading at a place changes nothing
     text<1> line;
     long lines = 0;
     while (again.start + again.at < start + at && again.next(line)) ++lines;
+    again.fd = -1;  // or it would be closed
     return lines;
 }
 

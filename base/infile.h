@@ -37,7 +37,7 @@ struct infile {
     /// file other than a table fails.
     bool next(std::span<char> record);
 
-    /// Reads on up to a line whose columns 2 on are `wanted`, as calls of `next` would, but without
+    /// Reads on up to a line that has `wanted` from column 2 on, as calls of `next` would, but without
     /// looking at every line: the twelve heaviest elements would take six times the instructions.
     /// `wanted` is a name: no line end in it, no blank at its end. False at the end of the file.
     bool nextwith(std::string_view wanted);

@@ -62,11 +62,14 @@ int key();
 /// does so at its start and its end; line editing has to before it puts its settings back.
 void noteahead();
 
-/// What was typed ahead, on a terminal; see terminal/escape.h. True if there is still some of it;
-/// if the last key was so before `key` waited for it; if the end of the line just read was, or if
-/// Ctrl-D ended it, so that no line break came after what the program wrote last.
+/// True if input typed ahead is left, on a terminal; see terminal/escape.h.
 bool moreahead();
+
+/// True if the last key had been typed before `key` waited for it.
 bool keyahead();
+
+/// True if the end of the line just read made no line break after the output: it was typed ahead, or
+/// was Ctrl-D.
 bool endedinplace();
 
 /// Copies the environment values into `path`. A value longer than its field runs on into the

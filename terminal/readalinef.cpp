@@ -28,9 +28,7 @@ int nextbyte(std::FILE*) { return inputbyte(); }
 // background.
 void prepareterminal(int meta)
 {
-    if (!guardsettings()) return;
-    rl_prep_terminal(meta);
-    if (RL_ISSTATE(RL_STATE_SIGHANDLER)) rl_forced_update_display();  // after a stop
+    if (guardsettings()) rl_prep_terminal(meta);
 }
 
 void restoreterminal()
@@ -40,12 +38,23 @@ void restoreterminal()
     settingsback();
 }
 
+// After a signal. After a stop the line goes below what is shown again, and the settings may be the
+// shell's: not every stop can be caught.
+int aftersignal()
+{
+    if (!shownagain()) return 0;
+    restoreterminal();
+    prepareterminal(1);
+    rl_forced_update_display();
+    return 0;
+}
+
 // Takes commands away before the keys of an inputrc are read. In vi mode the editor does not come
 // back from some moves over bytes that are no letters (found by fuzzing), whichever key gives them.
 // Tried as ways into it, by their own keys and by those of an inputrc: vi-editing-mode (M-C-j,
 // M-C-m), every other "vi-" command, re-read-init-file (C-x C-r) with "set editing-mode vi", macros
-// of them, and execute-named-command (M-x), which newer editors have. C-e of vi mode leads out of
-// it only.
+// of them, and execute-named-command (M-x), which newer editors have. C-e in vi
+// mode only leads back.
 void refusecommands()
 {
     rl_initialize_funmap();
@@ -72,6 +81,7 @@ void prepareediting()
     prepared = true;
     rl_prep_term_function = prepareterminal;
     rl_deprep_term_function = restoreterminal;
+    rl_signal_event_hook = aftersignal;
     refusecommands();
     rl_initialize();
     rl_variable_bind("enable-bracketed-paste", "off");
@@ -91,6 +101,7 @@ int readaline(dim<std::int32_t, 1, 132>& k, const char* prompt)
     int rows = 0, columns = 0;
     sizenow(rows, columns);
     rl_set_screen_size(rows, columns);  // not COLUMNS, which may say anything
+    shownagain();                       // that of earlier stops
     char* const line = readline(prompt);
     settingsback();  // once more, as the editor has let go of the signals only now
     setinputended(line == nullptr);
@@ -109,14 +120,14 @@ void viewdvi(const char* dvifile)
 {
     char command[131];
     if (std::snprintf(command, sizeof command, "xdvi %s", dvifile) >= int{sizeof command}) {
-        writerecord(6, {" the command for the document viewer is too long"});
+        writerecord(noutput, {" the command for the document viewer is too long"});
         return;
     }
-    writerecord(6, {" ", command});
+    writerecord(noutput, {" ", command});
     flushoutput();
     // A missing viewer leaves the shell's own line on the screen; there is nothing else to do. No
     // child to wait for is no fault: the parent of the program has SIGCHLD ignored.
     if (std::system(command) < 0 && errno != ECHILD) {
-        writerecord(6, {" no shell for the document viewer"});
+        writerecord(noutput, {" no shell for the document viewer"});
     }
 }

@@ -19,8 +19,9 @@ namespace {
 //   editing    -             -               editing        asfound       asfound, then editing
 //
 // "-" does not occur or does nothing. A signal ends the program in the state `asfound`; after a
-// stop it goes on to the second state. While another job has the terminal the state stays as it
-// is: the settings in force are that job's, and neither read nor written.
+// stop, also one that cannot be caught, it goes on to the second state. While another job has the
+// terminal the state stays as it is: the settings in force are that job's, and neither read nor
+// written.
 enum : std::sig_atomic_t { asfound, keymode, editing };
 volatile std::sig_atomic_t now = asfound;
 
@@ -34,6 +35,7 @@ bool inbackground()
 }
 
 extern "C" void giveback(int signal);
+extern "C" void goon(int signal);
 
 // Has a signal caught if it would have its usual effect, or lets it have that again.
 void catchsignal(int signal, bool on)
@@ -41,9 +43,10 @@ void catchsignal(int signal, bool on)
     struct sigaction action = {}, found = {};
     if (sigaction(signal, nullptr, &found) < 0) return;
     if (found.sa_handler != (on ? SIG_DFL : giveback)) return;  // ignored, or somebody else's
-    action.sa_handler = !on ? SIG_DFL : signal == SIGCONT ? showkept : giveback;
-    action.sa_flags = SA_RESTART;  // what is read or written goes on, in the line editor, too
-    sigfillset(&action.sa_mask);
+    action.sa_handler = !on ? SIG_DFL : signal == SIGCONT ? goon : giveback;
+    action.sa_flags = SA_RESTART;  // reads and writes go on, also those of the line editor
+    // What is shown again may have to wait for the terminal (Ctrl-S), and can be stopped and ended.
+    if (signal != SIGCONT) sigfillset(&action.sa_mask);
     sigaction(signal, &action, nullptr);
 }
 
@@ -127,6 +130,16 @@ extern "C" void giveback(int signal)
     pthread_sigmask(SIG_BLOCK, &only, nullptr);
     catchsignal(signal, true);
     if (before != asfound) enter(before);
+    errno = error;
+}
+
+// Handles the signal after a stop. Where nothing could catch the stop, the settings in force are
+// the shell's, and key mode is set again here.
+extern "C" void goon(int)
+{
+    const int error = errno;
+    if (now == keymode && !inbackground()) enter(keymode);
+    showkept();
     errno = error;
 }
 

@@ -89,6 +89,13 @@ struct screen {
         return {reinterpret_cast<char*>(&now), reinterpret_cast<char*>(now.c_cc + NCCS)};
     }
     bool asfound() const { return settings() == found; }
+    // As a shell does after a stop that nothing can catch.
+    void setasfound() const
+    {
+        termios now{};
+        std::copy(found.begin(), found.end(), reinterpret_cast<char*>(&now));
+        tcsetattr(slave, TCSANOW, &now);
+    }
 
     // Name of the foreground job and its state: "S" asleep, "T" stopped.
     std::string state() const

@@ -47,15 +47,18 @@ TEST(Terminal, Cases)
                            SIGXCPU, SIGABRT, SIGSEGV, SIGBUS}) {
             screen s(24, 80);
             s.type(c[0]);
+            if (signal == SIGTERM) s.type("\023").send(SIGCONT);  // with Ctrl-S: nothing is written
             if (signal == SIGINT || signal == SIGQUIT) s.type(signal == SIGINT ? c[1] : "\034");
             else s.send(signal);
             EXPECT_TRUE(s.end() == 128 + signal && s.asfound()) << signal;
         }
         screen s(24, 80);
         const std::string settings = s.type(c[0]).settings();
-        for (int signal : {SIGTSTP, SIGTTIN, SIGTSTP}) {
+        for (int signal : {SIGTSTP, SIGTTIN, SIGTSTP, SIGSTOP}) {
             s.send(signal);
-            EXPECT_TRUE(s.until([&s] { return s.state().ends_with("T"); }) && s.asfound());
+            EXPECT_TRUE(s.until([&s] { return s.state().ends_with("T"); }));
+            if (signal == SIGSTOP) s.setasfound();
+            EXPECT_TRUE(s.asfound()) << signal;
             s.send(SIGCONT);
             EXPECT_TRUE(s.until([&] { return s.settings() == settings; })) << signal;
             s.resize(24, s.columns + 10);
