@@ -97,7 +97,7 @@ bool infile::nextwith(std::string_view wanted)
 long infile::lineno() const
 {
     infile again;
-    again.fd = fd;  // of which reading at a place changes nothing
+    again.fd = fd;  // `pread` does not move it
     text<1> line;
     long lines = 0;
     while (again.start + again.at < start + at && again.next(line)) ++lines;
