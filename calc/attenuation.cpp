@@ -18,16 +18,20 @@ namespace {
 constexpr std::int32_t nrd = ninput;   // handed to every prompt
 constexpr std::int32_t nwr = noutput;  // for every prompt and all printing
 
+// Measures the terminal; menus take its full width.
+void measure()
+{
+    window(1);
+    term.npl = term.ncol(1);
+}
+
 // Shows the menu of the `n` entries set by `menuentry`. `offered`: text of its default. Returns the
 // number of the entry chosen, 0 for none.
 std::int32_t choose(std::string_view title, std::int32_t n, std::string_view offered)
 {
     int rows = 0, columns = 0;
     sizenow(rows, columns);
-    if (columns != term.ncol(1)) {  // not measured yet, or resized: menus take the full width
-        window(1);
-        term.npl = term.ncol(1);
-    }
+    if (columns != term.ncol(1)) measure();  // resized
     std::int32_t lq = n, lk = n;
     text<132> chin(title);
     text<80> ch80(offered);
@@ -221,6 +225,7 @@ const absorber absorbers[] = {
 
 void startup(elementlist<lead>& elements)
 {
+    measure();
     writepart(nwr,
               "\n"
               " The program uses the tables:\n"
